@@ -1,0 +1,494 @@
+#include "tclobj/zelTcl_Class.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "foundation/zel_Alloc.h"
+
+#include "tclobj/zelTcl_Handles.h"
+#include "tclobj/zelTcl_Internal.h"
+#include "tclobj/zelTcl_Method.h"
+#include "tclobj/zelTcl_Obj_Init.h"
+#include "tclobj/zelTcl_Object.h"
+
+namespace {
+
+std::uint64_t gLastWalk = 0;
+
+zelTcl_TClass* ClassOf(const zel_TListElem* element) {
+  return static_cast<zelTcl_TClass*>(element->Value());
+}
+
+// A malloc'd text made of up to three pieces; null when memory runs out.
+char* NewText(const char* first, const char* second, const char* third) {
+  const std::size_t lengths[] = {strlen(first), strlen(second), strlen(third)};
+  char* text = nullptr;
+  if (zel_Malloc(text, static_cast<unsigned>(lengths[0] + lengths[1] +
+                                             lengths[2] + 1)) !=
+      zel_kErrorNone) {
+    return nullptr;
+  }
+  char* end = text;
+  const char* const pieces[] = {first, second, third};
+  for (int i = 0; i < 3; ++i) {
+    memcpy(end, pieces[i], lengths[i]);
+    end += lengths[i];
+  }
+  *end = '\0';
+  return text;
+}
+
+zel_TError AppendOwnedText(zel_TList* list, char* text) {
+  const zel_TError error =
+      text == nullptr ? zel_gErrorMemFull : list->AppendValue(text, nullptr);
+  if (error != zel_kErrorNone) {
+    zel_TestAndFree(text);
+  }
+  return error;
+}
+
+// Finishes a construction whose constructor was queued on Tcl's trampoline.
+int ConstructedNR(ClientData data[], Tcl_Interp* interp, int result) {
+  auto* const object = static_cast<zelTcl_TObject*>(data[0]);
+  auto* const name = static_cast<Tcl_Obj*>(data[1]);
+  const int code = object->FinishConstruction(interp, name, result);
+  if (code == TCL_OK) {
+    Tcl_SetObjResult(interp, name);
+  } else {
+    object->Retire();
+  }
+  Tcl_DecrRefCount(name);
+  object->Release();
+  return code;
+}
+
+}  // namespace
+
+// A walk up the inheritance graph from one class: Next gives each ancestor
+// once, in depth-first pre-order, without the class itself. Only one walk is
+// under way at a time.
+class zelTcl_TClass::TWalk {
+ public:
+  explicit TWalk(zelTcl_TClass* start) : current_(start) {
+    serial_ = ++gLastWalk;
+    start->walkSerial = serial_;
+    start->walkFrom = nullptr;
+    start->walkNext = FirstSuperclass(start);
+  }
+
+  // Passes a class over: it is neither given nor searched.
+  void Skip(zelTcl_TClass* theClass) { theClass->walkSerial = serial_; }
+
+  zelTcl_TClass* Next() {
+    while (current_ != nullptr) {
+      zel_TListElem* const element = current_->walkNext;
+      if (element == nullptr) {
+        current_ = current_->walkFrom;
+        continue;
+      }
+      current_->walkNext = element->Next();
+      zelTcl_TClass* const found = ClassOf(element);
+      if (found->walkSerial != serial_) {
+        found->walkSerial = serial_;
+        found->walkFrom = current_;
+        found->walkNext = FirstSuperclass(found);
+        current_ = found;
+        return found;
+      }
+    }
+    return nullptr;
+  }
+
+ private:
+  static zel_TListElem* FirstSuperclass(const zelTcl_TClass* theClass) {
+    return theClass->superclasses == nullptr ? nullptr
+                                             : theClass->superclasses->Head();
+  }
+
+  std::uint64_t serial_ = 0;
+  zelTcl_TClass* current_;
+};
+
+// ---- Creation and the class command
+// -------------------------------------------
+
+int zelTcl_TClass::Init(Tcl_Interp* interp, Tcl_Obj* name) {
+  const int code = zelTcl_TEntity::Init(zelTcl_kClassEntity, interp, name);
+  if (code != TCL_OK) {
+    return code;
+  }
+  Tcl_InitHashTable(&methodTable, TCL_STRING_KEYS);
+  methodTableReady = 1;
+  if (zel_NewAndInit(objectList) != zel_kErrorNone ||
+      zel_NewAndInit(superclasses) != zel_kErrorNone ||
+      zel_NewAndInit(specializations) != zel_kErrorNone) {
+    Tcl_AppendResult(interp, "not enough memory", nullptr);
+    Dispose();
+    return 1;
+  }
+  int result = 0;
+  if (zelTcl_gObj_RootClass != nullptr) {
+    result = Inherit(interp, zelTcl_gObj_RootClass);
+  } else if (!zelTcl_gObj_RootClassGone) {
+    zelTcl_gObj_RootClass = this;
+  }
+  state = zelTcl_kReady;
+  return result;
+}
+
+zelTcl_TObject* zelTcl_TClass::NewObject(Tcl_Interp* interp, int objc,
+                                         Tcl_Obj* const objv[]) {
+  if (objc < 2) {
+    Tcl_AppendResult(interp, "wrong # args: should be \"", protectedString,
+                     " <objName> ...\"", nullptr);
+    return nullptr;
+  }
+  if (ending) {
+    Tcl_AppendResult(interp, "could not create object \"",
+                     Tcl_GetString(objv[1]), "\": class \"", stringName,
+                     "\" is being deleted", nullptr);
+    return nullptr;
+  }
+  zelTcl_TObject* object = nullptr;
+  if (zel_New(object) != zel_kErrorNone) {
+    Tcl_AppendResult(interp, "could not create object \"",
+                     Tcl_GetString(objv[1]), "\": not enough memory", nullptr);
+  }
+  return object;
+}
+
+int zelTcl_TClass::CommandHandler(Tcl_Interp* interp, int objc,
+                                  Tcl_Obj* const objv[]) {
+  zelTcl_TObject* const object = NewObject(interp, objc, objv);
+  if (object == nullptr) {
+    return TCL_ERROR;
+  }
+  const zelTcl_TRecordRef<zelTcl_TObject> held(object);
+  const int code = object->Init(interp, this, objc, objv);
+  if (code != TCL_OK) {
+    object->Retire();
+    return code;
+  }
+  Tcl_SetObjResult(interp, objv[1]);
+  return TCL_OK;
+}
+
+int zelTcl_TClass::CommandHandlerNR(Tcl_Interp* interp, int objc,
+                                    Tcl_Obj* const objv[]) {
+  zelTcl_TObject* const object = NewObject(interp, objc, objv);
+  if (object == nullptr) {
+    return TCL_ERROR;
+  }
+  zelTcl_TMethod* constructor = nullptr;
+  const int code =
+      object->BeginConstruction(interp, this, objc, objv, &constructor);
+  if (code != TCL_OK) {
+    object->Retire();
+    return code;
+  }
+  if (constructor == nullptr) {
+    Tcl_SetObjResult(interp, objv[1]);
+    return TCL_OK;
+  }
+  object->Preserve();
+  Tcl_IncrRefCount(objv[1]);
+  Tcl_NRAddCallback(interp, ConstructedNR, object, objv[1], nullptr, nullptr);
+  return constructor->ExecuteNR(interp, object, objc - 2, objv + 2, 1);
+}
+
+// ---- Lookup
+// -------------------------------------------------------------------
+
+inline zelTcl_TMethod* zelTcl_TClass::OwnMethod(const zelTcl_TMethodKey& key) {
+  const unsigned bucket = key.hash % kNbBuckets;
+  if ((filter >> bucket & 1U) == 0) {
+    return nullptr;
+  }
+  zelTcl_TMethod* method = buckets[bucket];
+  while (method != nullptr && !method->HasName(key)) {
+    method = method->NextInBucket();
+  }
+  return method;
+}
+
+zelTcl_TMethod* zelTcl_TClass::FindMethod(const zelTcl_TMethodKey& key,
+                                          int flags) {
+  if ((flags & zelTcl_kFindOwn) != 0) {
+    zelTcl_TMethod* const method = OwnMethod(key);
+    if (method != nullptr) {
+      return method;
+    }
+  }
+  if ((flags & zelTcl_kFindInherited) != 0) {
+    // The walk begins straight up from first superclass to first superclass,
+    // where nothing can be met twice: this far it needs no way back, and most
+    // methods are found.
+    for (zelTcl_TClass* ancestor = firstSuperclass; ancestor != nullptr;
+         ancestor = ancestor->firstSuperclass) {
+      zelTcl_TMethod* const method = ancestor->OwnMethod(key);
+      if (method != nullptr) {
+        return method;
+      }
+    }
+    TWalk walk(this);
+    while (zelTcl_TClass* const ancestor = walk.Next()) {
+      zelTcl_TMethod* const method = ancestor->OwnMethod(key);
+      if (method != nullptr) {
+        return method;
+      }
+    }
+  }
+  return nullptr;
+}
+
+zelTcl_TMethod* zelTcl_TClass::FindMethod(Tcl_Obj* name, Tcl_Interp* interp,
+                                          int flags) {
+  const zelTcl_TMethodKey key(Tcl_GetString(name));
+  zelTcl_TMethod* const method = FindMethod(key, flags);
+  if (method == nullptr && interp != nullptr) {
+    ReportNoMethod(interp, key.name, flags);
+  }
+  return method;
+}
+
+void zelTcl_TClass::ReportNoMethod(Tcl_Interp* interp, const char* key,
+                                   int flags) {
+  if ((flags & zelTcl_kFindOwn) == 0) {
+    Tcl_AppendResult(interp, "\"", stringName,
+                     "\" does not specialize the method \"", key, "\"",
+                     nullptr);
+    return;
+  }
+  Tcl_AppendResult(interp, "wrong method \"", key, "\"", nullptr);
+  zel_TList* names = nullptr;
+  if (FullMethodList(&names, 0) != zel_kErrorNone) {
+    return;
+  }
+  if (names->Head() == nullptr) {
+    Tcl_AppendResult(interp, ": class \"", stringName, "\" has no methods\"",
+                     nullptr);
+  } else {
+    Tcl_AppendResult(interp, ": should be ", nullptr);
+    zelTcl_Obj_AppendOptionList(interp, names);
+  }
+  zelTcl_Obj_DeleteTextList(names);
+}
+
+// ---- Lists over the graph ---------------------------------------------------
+
+zel_TError zelTcl_TClass::FullMethodList(zel_TList** list, int withPrefix) {
+  *list = nullptr;
+  zel_TList* result = nullptr;
+  zel_TError error = zel_NewAndInit(result);
+  if (error != zel_kErrorNone) {
+    return error;
+  }
+  Tcl_HashTable seen;
+  Tcl_InitHashTable(&seen, TCL_STRING_KEYS);
+  error = AddMethodsToList(&seen, result, 0);
+  TWalk walk(this);
+  zelTcl_TClass* ancestor = nullptr;
+  while (error == zel_kErrorNone && (ancestor = walk.Next()) != nullptr) {
+    error = ancestor->AddMethodsToList(&seen, result, withPrefix);
+  }
+  Tcl_DeleteHashTable(&seen);
+  if (error == zel_kErrorNone && withPrefix == 0) {
+    error = result->Sort(zel_ListSortStringFunc);
+  }
+  if (error != zel_kErrorNone) {
+    zelTcl_Obj_DeleteTextList(result);
+    return error;
+  }
+  *list = result;
+  return zel_kErrorNone;
+}
+
+// Appends the class's own names that `seen` does not hold yet.
+zel_TError zelTcl_TClass::AddMethodsToList(Tcl_HashTable* seen,
+                                           zel_TList* result, int withPrefix) {
+  if (methodTableReady == 0) {
+    return zel_kErrorNone;
+  }
+  for (const zelTcl_TMethod* method :
+       zelTcl_THashValues<zelTcl_TMethod>(&methodTable)) {
+    int isNew = 0;
+    (void)Tcl_CreateHashEntry(seen, method->StringName(), &isNew);
+    if (isNew == 0) {
+      continue;
+    }
+    const zel_TError error = AppendOwnedText(
+        result, withPrefix != 0
+                    ? NewText(stringName, "::", method->StringName())
+                    : NewText(method->StringName(), "", ""));
+    if (error != zel_kErrorNone) {
+      return error;
+    }
+  }
+  return zel_kErrorNone;
+}
+
+int zelTcl_TClass::IsAncestor(zelTcl_TClass* other) {
+  TWalk walk(this);
+  while (const zelTcl_TClass* const ancestor = walk.Next()) {
+    if (ancestor == other) {
+      return 1;
+    }
+  }
+  return 0;
+}
+
+zel_TError zelTcl_TClass::CreateRecursiveAncestorList(zel_TList** list) {
+  zel_TList* result = *list;
+  if (result == nullptr) {
+    const zel_TError error = zel_NewAndInit(result);
+    if (error != zel_kErrorNone) {
+      return error;
+    }
+  }
+  TWalk walk(this);
+  for (const zel_TListElem* element = result->Head(); element != nullptr;
+       element = element->Next()) {
+    walk.Skip(ClassOf(element));
+  }
+  zel_TError error = zel_kErrorNone;
+  zelTcl_TClass* ancestor = nullptr;
+  while (error == zel_kErrorNone && (ancestor = walk.Next()) != nullptr) {
+    error = result->AppendValue(ancestor, nullptr);
+  }
+  if (*list == nullptr) {
+    if (error != zel_kErrorNone) {
+      zel_DisposeAndDelete(result);
+    }
+    *list = result;
+  }
+  return error;
+}
+
+// ---- Links and registrations ------------------------------------------------
+
+int zelTcl_TClass::Inherit(Tcl_Interp* interp, zelTcl_TClass* superclass) {
+  zel_TListElem* up = nullptr;
+  zel_TListElem* down = nullptr;
+  if (zel_NewAndInit(up) != zel_kErrorNone ||
+      zel_NewAndInit(down) != zel_kErrorNone) {
+    zel_TestDisposeAndDelete(up);
+    Tcl_AppendResult(interp, "not enough memory", nullptr);
+    return 1;
+  }
+  up->value = superclass;
+  superclasses->InsertElem(up);
+  firstSuperclass = superclass;
+  down->value = this;
+  superclass->specializations->AppendElem(down);
+  return 0;
+}
+
+void zelTcl_TClass::DeInherit(zelTcl_TClass* superclass) {
+  if (superclasses != nullptr) {
+    superclasses->RemoveValue(superclass);
+    firstSuperclass = superclasses->Head() == nullptr
+                          ? nullptr
+                          : ClassOf(superclasses->Head());
+  }
+  if (superclass->specializations != nullptr) {
+    superclass->specializations->RemoveValue(this);
+  }
+}
+
+void zelTcl_TClass::RegisterMethod(zelTcl_TMethod* method) {
+  int isNew = 0;
+  Tcl_HashEntry* entry =
+      Tcl_CreateHashEntry(&methodTable, method->StringName(), &isNew);
+  if (isNew == 0) {
+    // The one defined before takes its entry along.
+    static_cast<zelTcl_TMethod*>(Tcl_GetHashValue(entry))->Retire();
+    entry = Tcl_CreateHashEntry(&methodTable, method->StringName(), &isNew);
+  }
+  Tcl_SetHashValue(entry, method);
+  const unsigned bucket = method->NameHash() % kNbBuckets;
+  method->EnterBucket(&buckets[bucket]);
+  filter |= std::uint64_t{1} << bucket;
+}
+
+void zelTcl_TClass::DeregisterMethod(zelTcl_TMethod* method) {
+  Tcl_HashEntry* const entry =
+      Tcl_FindHashEntry(&methodTable, method->StringName());
+  if (entry == nullptr) {
+    fputs(
+        "PANIC: can't deregister a method from its class when its not in the "
+        "class's method table\n",
+        stderr);
+    return;
+  }
+  Tcl_DeleteHashEntry(entry);
+  const unsigned bucket = method->NameHash() % kNbBuckets;
+  method->LeaveBucket(&buckets[bucket]);
+  if (buckets[bucket] == nullptr) {
+    filter &= ~(std::uint64_t{1} << bucket);
+  }
+}
+
+zel_TListElem* zelTcl_TClass::RegisterObject(zelTcl_TObject* object) {
+  zel_TListElem* element = nullptr;
+  if (objectList->AppendValue(object, &element) != zel_kErrorNone) {
+    fputs("PANIC: can't register an instance to its class: no more memory\n",
+          stderr);
+  }
+  return element;
+}
+
+void zelTcl_TClass::DeregisterObject(zel_TListElem* element) {
+  zel_DisposeAndDelete(element);
+}
+
+// ---- The end ----------------------------------------------------------------
+
+void zelTcl_TClass::Dispose() {
+  ending = true;
+  if (zelTcl_gObj_RootClass == this) {
+    // Later classes do without a root class rather than inherit a dead one.
+    zelTcl_gObj_RootClass = nullptr;
+    zelTcl_gObj_RootClassGone = true;
+  }
+  if (superclasses != nullptr && stringName != nullptr) {
+    // Without the list, creation failed early, and a variable of the name is
+    // someone else's.
+    (void)Tcl_UnsetVar(zelTcl_Obj_Interp(), stringName, TCL_GLOBAL_ONLY);
+  }
+  DisposeObjects();
+  DisposeLinks();
+  DisposeMethods();
+  zelTcl_TEntity::Dispose();
+}
+
+// Destructors may do anything, ending this class included: the list is looked
+// at afresh after each.
+void zelTcl_TClass::DisposeObjects() {
+  while (objectList != nullptr && objectList->Head() != nullptr) {
+    static_cast<zelTcl_TObject*>(objectList->Head()->Value())->Retire();
+  }
+  zel_TestDisposeAndDelete(objectList);
+}
+
+void zelTcl_TClass::DisposeLinks() {
+  while (superclasses != nullptr && superclasses->Head() != nullptr) {
+    DeInherit(ClassOf(superclasses->Head()));
+  }
+  zel_TestDisposeAndDelete(superclasses);
+  while (specializations != nullptr && specializations->Head() != nullptr) {
+    ClassOf(specializations->Head())->DeInherit(this);
+  }
+  zel_TestDisposeAndDelete(specializations);
+}
+
+void zelTcl_TClass::DisposeMethods() {
+  if (methodTableReady == 0) {
+    return;
+  }
+  while (auto* const method =
+             zelTcl_FirstHashValue<zelTcl_TMethod>(&methodTable)) {
+    method->Retire();
+  }
+  Tcl_DeleteHashTable(&methodTable);
+  methodTableReady = 0;
+}

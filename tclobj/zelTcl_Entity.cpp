@@ -1,0 +1,306 @@
+#include "tclobj/zelTcl_Entity.h"
+
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include "foundation/zel_Alloc.h"
+
+#include "tclobj/zelTcl_Handles.h"
+#include "tclobj/zelTcl_Internal.h"
+#include "tclobj/zelTcl_Obj_Init.h"
+
+const char* const zelTcl_kEntityTypeStrings[2] = {"class", "object"};
+
+namespace {
+
+// Tcl reports qualified names; the entities of the global namespace do without
+// the leading colons.
+const char* WithoutGlobalPrefix(const char* name) {
+  return strncmp(name, "::", 2) == 0 && name[2] != '\0' ? name + 2 : name;
+}
+
+// The texts of a name until an entity takes them over.
+struct zelTcl_TNames {
+  zelTcl_TNames() = default;
+  zelTcl_TNames(const zelTcl_TNames&) = delete;
+  zelTcl_TNames& operator=(const zelTcl_TNames&) = delete;
+  ~zelTcl_TNames() {
+    zel_TestAndFree(string);
+    zel_TestAndFree(quoted);
+  }
+  char* string = nullptr;
+  char* quoted = nullptr;
+};
+
+bool IsSimpleName(const char* name) {
+  return strchr(name, '(') == nullptr && strstr(name, "::") == nullptr;
+}
+
+zelTcl_TEntity* EntityOf(ClientData clientData) {
+  return static_cast<zelTcl_TEntity*>(clientData);
+}
+
+}  // namespace
+
+// ---- Creation ---------------------------------------------------------------
+
+int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
+                         Tcl_Obj* name) {
+  state = zelTcl_kInitialising;
+  type = newType;
+  typeString = zelTcl_kEntityTypeStrings[type];
+  table = zelTcl_Obj_EntityHashTable(this);
+  if (zelTcl_Obj_UpdateStringNames(Tcl_GetString(name), &stringName,
+                                   &protectedString, interp) != 0) {
+    Dispose();
+    return 1;
+  }
+  SetNameObj(Tcl_DuplicateObj(name));
+  if (zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr) {
+    return Fail(interp, "a ", typeString, " with that name already exists");
+  }
+  int exists = 0;
+  if (zelTcl_Obj_GlobalExists(interp, nameObj, &exists) != TCL_OK) {
+    Dispose();
+    return 1;
+  }
+  if (exists != 0) {
+    return Fail(interp, "a global variable with that name already exists", "",
+                "");
+  }
+  if (zelTcl_Internal_GlobalCommandExists(interp, stringName)) {
+    return Fail(interp, "a command with that name already exists", "", "");
+  }
+  zelTcl_TDString commandName;
+  if (!simpleName && strncmp(stringName, "::", 2) != 0) {
+    // A qualified name is meant from the global namespace, whatever namespace
+    // the class command was called in.
+    commandName.Append("::");
+  }
+  commandName.Append(stringName);
+  Preserve();  // for the command
+  command = zelTcl_Obj_CreateCommand(
+      interp, commandName.Value(), zelTcl_EntityCmdHandler,
+      zelTcl_EntityCmdHandlerNR, this, zelTcl_EntityDeleteCmdHandler);
+  if (command == nullptr) {
+    Release();
+    return Fail(interp, "failed to create the ", typeString, " command");
+  }
+  // A redefined helper procedure, or the end of a command that a qualified
+  // name has replaced, may have run a script.
+  if (zelTcl_Obj_Interp() == nullptr) {
+    return Fail(interp, "the object system has been unloaded", "", "");
+  }
+  if (zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr) {
+    return Fail(interp, "a ", typeString, " with that name already exists");
+  }
+  zelTcl_Obj_RegisterEntity(this);
+  registered = 1;
+  zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
+  return TCL_OK;
+}
+
+int zelTcl_TEntity::Fail(Tcl_Interp* interp, const char* ending,
+                         const char* word, const char* rest) {
+  Tcl_AppendResult(interp, "could not create ", typeString, " \"", stringName,
+                   "\": ", ending, word, rest, nullptr);
+  Dispose();
+  return 1;
+}
+
+void zelTcl_TEntity::SetNameObj(Tcl_Obj* name) {
+  zelTcl_SetObj(&nameObj, name);
+  simpleName = IsSimpleName(stringName);
+}
+
+// ---- Renaming ---------------------------------------------------------------
+
+void zelTcl_TEntity::Rename(Tcl_Interp* interp, const char* /*oldName*/,
+                            const char* newName, int /*flags*/) {
+  if (!registered || IsGone() || Tcl_InterpDeleted(interp)) {
+    return;
+  }
+  const zelTcl_TRecordRef<zelTcl_TEntity> self(this);
+  const Tcl_Command renamed = command;
+  zelTcl_TObjRef target(Tcl_NewStringObj(WithoutGlobalPrefix(newName), -1));
+  zelTcl_Internal_RemoveRenameTrace(interp, renamed,
+                                    zelTcl_EntityRenameCallback, this);
+  if (!FollowName(interp, Tcl_GetString(target.get()))) {
+    return;
+  }
+  // While one rename trace runs, Tcl reports no other rename of the same
+  // command. A trace on the arrays may have made one: catch up with it.
+  for (;;) {
+    const zelTcl_TObjRef actual(Tcl_NewObj());
+    Tcl_GetCommandFullName(interp, command, actual.get());
+    const char* const name = WithoutGlobalPrefix(Tcl_GetString(actual.get()));
+    if (strcmp(name, stringName) == 0 ||
+        strcmp(name, WithoutGlobalPrefix(stringName)) == 0) {
+      break;
+    }
+    if (!FollowName(interp, name)) {
+      return;
+    }
+  }
+  zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
+}
+
+// Moves array, registry entry and names to the new name.
+// Returns: false where the entity keeps its old name, or is gone.
+bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
+  // Whatever can fail for want of memory comes first.
+  zelTcl_TNames names;
+  if (zelTcl_Obj_UpdateStringNames(newName, &names.string, &names.quoted,
+                                   nullptr) != 0) {
+    fprintf(stderr,
+            "PANIC: no more memory while renaming %s \"%s\" to \"%s\"\n",
+            typeString, stringName, newName);
+    // Nothing has moved, and a later rename may well succeed.
+    zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
+    return false;
+  }
+  if (!MoveArray(interp, names.string) || !registered || IsGone()) {
+    return false;
+  }
+  Tcl_HashEntry* const oldEntry = Tcl_FindHashEntry(table, stringName);
+  if (oldEntry == nullptr) {
+    fprintf(stderr,
+            "PANIC: entry not found in the the string to pointer hash entry "
+            "while renaming %s \"%s\" to \"%s\"\n",
+            typeString, stringName, names.string);
+    return false;
+  }
+  int isNew = 0;
+  Tcl_HashEntry* const newEntry =
+      Tcl_CreateHashEntry(table, names.string, &isNew);
+  if (isNew == 0) {
+    fprintf(stderr,
+            "PANIC: new name already exist in the the string to pointer hash "
+            "entry while renaming %s \"%s\" to \"%s\"\n",
+            typeString, stringName, names.string);
+    return false;
+  }
+  Tcl_SetHashValue(newEntry, this);
+  Tcl_DeleteHashEntry(oldEntry);
+  DropArrayVar();
+  std::swap(stringName, names.string);
+  std::swap(protectedString, names.quoted);
+  SetNameObj(Tcl_NewStringObj(stringName, -1));
+  return true;
+}
+
+// Moves the global array from the present name to the new one, over whatever
+// variable is there.
+// Returns: false where a helper procedure failed; the array is still under the
+// old name.
+bool zelTcl_TEntity::MoveArray(Tcl_Interp* interp, const char* newName) {
+  int exists = 0;
+  if (zelTcl_Obj_GlobalExists(interp, newName, &exists) != TCL_OK) {
+    return false;
+  }
+  if (exists != 0) {
+    (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
+  }
+  // From here on, traces may have ended the entity and freed its names.
+  const zelTcl_TObjRef oldName(nameObj);
+  if (IsGone() ||
+      zelTcl_Obj_GlobalExists(interp, oldName.get(), &exists) != TCL_OK) {
+    return false;
+  }
+  if (exists == 0 || IsGone()) {
+    return !IsGone();
+  }
+  const char* const old = Tcl_GetString(oldName.get());
+  if (zelTcl_Obj_CloneGlobalArray(interp, old, newName) != TCL_OK) {
+    return false;
+  }
+  if (IsGone()) {
+    // It went with its old array; the copy must not stay behind.
+    (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
+    return false;
+  }
+  (void)Tcl_UnsetVar(interp, old, TCL_GLOBAL_ONLY);
+  return true;
+}
+
+// ---- The array --------------------------------------------------------------
+
+Var* zelTcl_TEntity::FindArrayVar(Tcl_Interp* interp) {
+  DropArrayVar();  // it is stale
+  if (simpleName) {
+    arrayVar = zelTcl_Internal_HoldGlobalVar(interp, nameObj);
+  }
+  return arrayVar;
+}
+
+void zelTcl_TEntity::DropArrayVar() {
+  if (arrayVar != nullptr) {
+    Var* const var = arrayVar;
+    arrayVar = nullptr;
+    zelTcl_Internal_ReleaseVar(var);
+  }
+}
+
+// ---- The end ----------------------------------------------------------------
+
+void zelTcl_TEntity::CommandDeleted() {
+  if (state == zelTcl_kReady) {
+    Retire();
+  } else if (state == zelTcl_kInitialising) {
+    state = zelTcl_kCommandLost;
+    command = nullptr;
+  }
+}
+
+void zelTcl_TEntity::Dispose() {
+  state = zelTcl_kDisposing;
+  if (command != nullptr) {
+    Tcl_Interp* const interp = zelTcl_Obj_Interp();
+    zelTcl_Internal_RemoveRenameTrace(interp, command,
+                                      zelTcl_EntityRenameCallback, this);
+    (void)Tcl_DeleteCommandFromToken(interp, command);
+    command = nullptr;
+  }
+  DropArrayVar();
+  if (registered != 0) {
+    zelTcl_Obj_DeregisterEntity(this);
+    registered = 0;
+  }
+  zelTcl_SetObj(&nameObj, nullptr);
+  zel_TestAndFree(protectedString);
+  zel_TestAndFree(stringName);
+}
+
+void zelTcl_TEntity::Retire() {
+  const zelTcl_TRecordRef<zelTcl_TEntity> self(this);
+  Dispose();
+  if (!lifeEnded) {
+    lifeEnded = true;
+    Release();
+  }
+}
+
+// ---- Tcl's callbacks --------------------------------------------------------
+
+int zelTcl_EntityCmdHandler(ClientData clientData, Tcl_Interp* interp, int objc,
+                            Tcl_Obj* const objv[]) {
+  return EntityOf(clientData)->CommandHandler(interp, objc, objv);
+}
+
+int zelTcl_EntityCmdHandlerNR(ClientData clientData, Tcl_Interp* interp,
+                              int objc, Tcl_Obj* const objv[]) {
+  return EntityOf(clientData)->CommandHandlerNR(interp, objc, objv);
+}
+
+void zelTcl_EntityDeleteCmdHandler(ClientData clientData) {
+  zelTcl_TEntity* const entity = EntityOf(clientData);
+  entity->CommandDeleted();
+  entity->Release();  // the command's reference
+}
+
+void zelTcl_EntityRenameCallback(ClientData clientData, Tcl_Interp* interp,
+                                 const char* oldName, const char* newName,
+                                 int flags) {
+  EntityOf(clientData)->Rename(interp, oldName, newName, flags);
+}

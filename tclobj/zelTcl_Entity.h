@@ -1,0 +1,155 @@
+// Entities: the named, command-backed base of classes and objects.
+//
+// An entity owns a Tcl command of its name in the global namespace, is entered
+// under that name in the registry of its type, and follows what Tcl does to the
+// command: a rename moves the registry entry and the entity's global array, a
+// deletion disposes of the entity.
+//
+// Invariants of a ready entity:
+// 1. `registered` is 1 and `table` maps `stringName` to this entity.
+// 2. `command` is a command of that name whose client data is this entity.
+// 3. Exactly one rename trace of ours is attached to that command.
+// 4. `protectedString` and `nameObj` describe the same name as `stringName`.
+//
+// Who keeps the record allocated. `refCount` counts
+//   - one reference for the entity's life, dropped once, by the first Retire;
+//   - one for its Tcl command, dropped when Tcl calls the delete procedure,
+//     which it may do long after the entity was disposed (a deletion under way
+//     calls it after all delete traces);
+//   - one for each call in progress, for each object or method of a class, and
+//     for each stretch of C code that runs scripts and touches it afterwards.
+// Dispose ends the entity for scripts, Release at zero frees the record. Every
+// step of Dispose tests what it undoes and clears it before anything that can
+// run a script, so a Dispose entered again from inside goes on where the outer
+// one was, and the outer one then finds the rest done.
+
+#ifndef TCLOBJ_ZELTCL_ENTITY_H
+#define TCLOBJ_ZELTCL_ENTITY_H
+
+#include <tcl.h>
+
+#include "tclobj/zelTcl_Internal.h"
+
+enum zelTcl_TEntityType { zelTcl_kClassEntity = 0, zelTcl_kObjectEntity = 1 };
+
+// The type words of messages, indexed by zelTcl_TEntityType.
+extern const char* const zelTcl_kEntityTypeStrings[2];
+
+enum zelTcl_TEntityState {
+  zelTcl_kReady = 0,
+  zelTcl_kInitialising = 1,
+  zelTcl_kDisposing = 2,
+  zelTcl_kCommandLost = 3,  // the command went while initialising
+};
+
+class zelTcl_TEntity {
+ public:
+  zelTcl_TEntity(const zelTcl_TEntity&) = delete;
+  zelTcl_TEntity& operator=(const zelTcl_TEntity&) = delete;
+
+  // Releases everything the entity holds; classes and objects end by calling
+  // this one. May run twice, also inside itself.
+  // Re-entry: delete traces of the command run scripts.
+  virtual void Dispose();
+  // What the entity's command does, complete on return.
+  // Returns: a Tcl completion code, with the interpreter's result set.
+  virtual int CommandHandler(Tcl_Interp* interp, int objc,
+                             Tcl_Obj* const objv[]) = 0;
+  // The same for Tcl 8.6, where a method may be queued to run when this has
+  // returned.
+  virtual int CommandHandlerNR(Tcl_Interp* interp, int objc,
+                               Tcl_Obj* const objv[]) = 0;
+
+  // Checks the name, creates the command, enters the registry and sets the
+  // rename trace. Leaves `state` at zelTcl_kInitialising.
+  // Returns: TCL_OK, or 1 with the entity disposed.
+  // Errors: could not create TYPE "NAME": and then one of
+  //   a TYPE with that name already exists
+  //   a global variable with that name already exists
+  //   a command with that name already exists
+  //   failed to create the TYPE command
+  // or the message of the helper procedure that looks for the variable.
+  // Re-entry: a replaced helper procedure, and a command that a qualified name
+  // replaces, run scripts.
+  int Init(zelTcl_TEntityType type, Tcl_Interp* interp, Tcl_Obj* name);
+  // Follows a rename of the command. Runs out of memory or out of a usable
+  // helper procedure only before anything has moved: the entity then stays
+  // findable under its old name.
+  // Re-entry: traces on the two arrays run scripts.
+  void Rename(Tcl_Interp* interp, const char* oldName, const char* newName,
+              int flags);
+  // Tcl is deleting the command.
+  void CommandDeleted();
+
+  // Ends the entity: Dispose, and the first time the life reference is dropped.
+  void Retire();
+  void Preserve() { ++refCount; }
+  // Frees the record with its last reference. Never runs a script.
+  void Release() {
+    if (--refCount == 0) {
+      Free();
+    }
+  }
+  // True iff Dispose has begun to take the entity's name away.
+  bool IsGone() const { return state == zelTcl_kDisposing; }
+
+  zelTcl_TEntityType Type() const { return type; }
+  const char* TypeString() const { return typeString; }
+  Tcl_HashTable* Table() const { return table; }
+  // Null once the entity is disposed, as the next three.
+  char* StringName() const { return stringName; }
+  const char* ProtectedString() const { return protectedString; }
+  Tcl_Obj* NameObj() const { return nameObj; }
+  Tcl_Command Command() const { return command; }
+
+  // The entity's array, found once and then held; null where the plain upvar
+  // line must make the link (qualified names and those that look like array
+  // elements). Borrowed.
+  Var* ArrayVar(Tcl_Interp* interp) {
+    return arrayVar != nullptr && !zelTcl_Internal_VarIsStale(arrayVar)
+               ? arrayVar
+               : FindArrayVar(interp);
+  }
+
+ protected:
+  zelTcl_TEntity() = default;
+  ~zelTcl_TEntity() = default;
+  // Deletes the record as the type it is.
+  virtual void Free() = 0;
+
+  int state = zelTcl_kInitialising;               // a zelTcl_TEntityState
+  zelTcl_TEntityType type = zelTcl_kClassEntity;  // class or object
+  const char* typeString = nullptr;               // word for messages
+  Tcl_HashTable* table = nullptr;                 // registry of the type
+  int registered = 0;                             // 1 while in `table`
+  char* stringName = nullptr;       // name of command, key and array
+  char* protectedString = nullptr;  // the name as one list element
+  Tcl_Obj* nameObj = nullptr;       // the name as a value, one reference
+  Tcl_Command command = nullptr;    // null when there is none
+
+ private:
+  int Fail(Tcl_Interp* interp, const char* ending, const char* word,
+           const char* rest);
+  void SetNameObj(Tcl_Obj* name);
+  Var* FindArrayVar(Tcl_Interp* interp);
+  void DropArrayVar();
+  bool MoveArray(Tcl_Interp* interp, const char* newName);
+  bool FollowName(Tcl_Interp* interp, const char* newName);
+
+  int refCount = 1;         // see the head of this file
+  bool lifeEnded = false;   // the life reference has been dropped
+  bool simpleName = false;  // a name that upvar takes for a plain variable
+  Var* arrayVar = nullptr;  // the global array, held; see ArrayVar
+};
+
+// Tcl's callbacks; the client data is the entity.
+int zelTcl_EntityCmdHandler(ClientData clientData, Tcl_Interp* interp, int objc,
+                            Tcl_Obj* const objv[]);
+int zelTcl_EntityCmdHandlerNR(ClientData clientData, Tcl_Interp* interp,
+                              int objc, Tcl_Obj* const objv[]);
+void zelTcl_EntityDeleteCmdHandler(ClientData clientData);
+void zelTcl_EntityRenameCallback(ClientData clientData, Tcl_Interp* interp,
+                                 const char* oldName, const char* newName,
+                                 int flags);
+
+#endif  // TCLOBJ_ZELTCL_ENTITY_H

@@ -1,0 +1,148 @@
+// The one door to Tcl's private structures. Everything here works on opaque
+// handles; zelTcl_Internal.cpp alone includes tclInt.h and explains the quirks.
+//
+// The same binary serves Tcl 8.5 and 8.6: what only 8.6 has (calls that do not
+// nest the C stack, links made without the upvar command) is asked for with
+// zelTcl_Internal_CanReturnEarly() and never reached on 8.5.
+
+#ifndef TCLOBJ_ZELTCL_INTERNAL_H
+#define TCLOBJ_ZELTCL_INTERNAL_H
+
+#include <tcl.h>
+
+struct CallFrame;
+struct Command;
+struct Proc;
+struct Var;
+
+// A command remembered from a moment when it was known to be the right one.
+struct zelTcl_TWatchedCommand {
+  Command* command = nullptr;  // counted; null while nothing is watched
+  int epoch = 0;               // the command's epoch at that moment
+};
+
+// What a running call has lent to a procedure's record: see EnterProc.
+struct zelTcl_TProcLease {
+  Proc* proc = nullptr;
+  Command* command = nullptr;  // the command the call runs under, counted
+  Command* saved = nullptr;    // what the procedure named before, counted
+};
+
+enum class zelTcl_TGlobalVarState { kAbsent, kPresent, kTraced };
+
+// Reads the Tcl version and remembers the commands `upvar` and `if`.
+void zelTcl_Internal_Attach(Tcl_Interp* interp);
+// Forgets both commands. Harmless when nothing is attached.
+void zelTcl_Internal_Detach();
+// True iff the running Tcl can call procedures without nesting (8.6 and later).
+bool zelTcl_Internal_CanReturnEarly();
+
+// ---- Commands -------------------------------------------------------------
+
+// True iff the global namespace holds a command with exactly this simple name;
+// no resolution, no auto-loading, so a qualified name never matches.
+bool zelTcl_Internal_GlobalCommandExists(Tcl_Interp* interp, const char* name);
+// Attaches `proc` as a TCL_TRACE_RENAME trace to the command itself, whatever
+// name it has or namespace is current.
+void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
+                                    Tcl_CommandTraceProc* proc,
+                                    ClientData clientData);
+// Removes that trace where present, also from inside it. Leaves the
+// interpreter's result alone.
+void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command,
+                                       Tcl_CommandTraceProc* proc,
+                                       ClientData clientData);
+// Starts watching the global command `name`; whatever was watched before is
+// forgotten. Nothing is watched when there is no such command.
+void zelTcl_Internal_Watch(Tcl_Interp* interp, const char* name,
+                           zelTcl_TWatchedCommand* watched);
+void zelTcl_Internal_Unwatch(zelTcl_TWatchedCommand* watched);
+// True iff the command watched is still there under its name and untraced.
+bool zelTcl_Internal_IsUntouched(const zelTcl_TWatchedCommand& watched);
+
+// ---- Procedures -----------------------------------------------------------
+
+// Makes a procedure of the global namespace that is no command.
+// Returns: TCL_OK, or TCL_ERROR with Tcl's message about the parameter list.
+// Owns: `*proc` carries one reference, dropped by DeleteProc.
+int zelTcl_Internal_CreateProc(Tcl_Interp* interp, const char* name,
+                               Tcl_Obj* params, Tcl_Obj* body, Proc** proc);
+void zelTcl_Internal_DeleteProc(Proc* proc);
+// Makes `proc` run under `command` (null: under a stand-in in the global
+// namespace) until LeaveProc; pairs may end in any order.
+void zelTcl_Internal_EnterProc(Tcl_Interp* interp, Proc* proc,
+                               Tcl_Command command, zelTcl_TProcLease* lease);
+void zelTcl_Internal_LeaveProc(zelTcl_TProcLease* lease);
+// Tcl 8.5: runs the procedure and returns its code. `words[0]` names it in
+// Tcl's messages.
+int zelTcl_Internal_RunProc(Tcl_Interp* interp, Proc* proc, int objc,
+                            Tcl_Obj* const words[]);
+// Tcl 8.6: binds the words and queues the body, which runs when the caller has
+// returned to Tcl's trampoline. TCL_OK means the procedure's frame is pushed.
+// The words must stay until the frame is popped.
+int zelTcl_Internal_StartProc(Tcl_Interp* interp, Proc* proc, int objc,
+                              Tcl_Obj* const words[]);
+
+// A procedure just started has two callbacks on Tcl's trampoline: the run of
+// its body and, below, its own end. True iff the running Tcl was seen to do so,
+// which RecognizeEnd looks at after a start: then HookEnd can let the second
+// one do our part as well.
+bool zelTcl_Internal_CanHookEnd();
+void zelTcl_Internal_RecognizeEnd(Tcl_Interp* interp, Tcl_Obj* nameWord);
+// Makes `end` run, with `clientData` as its only data, right after the end of
+// the procedure just started, and takes over the release of its locals, where
+// they are plain, from a core that treats each as if it might be traced.
+// Requires: CanHookEnd, and the last StartProc has returned TCL_OK.
+void zelTcl_Internal_HookEnd(Tcl_Interp* interp, Tcl_NRPostProc* end,
+                             ClientData clientData);
+
+// ---- Frames ---------------------------------------------------------------
+
+// The frame that variable names resolve in: only for comparison.
+CallFrame* zelTcl_Internal_VarFrame(Tcl_Interp* interp);
+// True iff the frame runs `proc` and its first three locals still hold the very
+// values words[1] to words[3], plain and untraced.
+bool zelTcl_Internal_FrameHolds(const CallFrame* frame, const Proc* proc,
+                                Tcl_Obj* const words[]);
+
+// ---- Global variables -----------------------------------------------------
+
+// The state of the variable of this name in the global namespace. Requires: a
+// name without "::" or parentheses.
+zelTcl_TGlobalVarState zelTcl_Internal_SimpleGlobalState(Tcl_Interp* interp,
+                                                         Tcl_Obj* name);
+// The same for any name, qualified ones included.
+zelTcl_TGlobalVarState zelTcl_Internal_GlobalState(Tcl_Interp* interp,
+                                                   const char* name);
+// Copies every element of the global array `source` into the global array
+// `target`, which is created, firing the read and write traces of each element.
+// A source that is no array has no elements.
+// Returns: TCL_OK, or TCL_ERROR with Tcl's message.
+// Re-entry: traces may run scripts.
+int zelTcl_Internal_CopyGlobalArray(Tcl_Interp* interp, const char* source,
+                                    const char* target);
+// The global variable of this name, made undefined if missing, held by one
+// reference so that it stays the one that scripts reach by the name. Null when
+// Tcl refuses the name. Drop with ReleaseVar.
+Var* zelTcl_Internal_HoldGlobalVar(Tcl_Interp* interp, Tcl_Obj* name);
+// True iff the name no longer leads to this variable.
+bool zelTcl_Internal_VarIsStale(const Var* var);
+void zelTcl_Internal_ReleaseVar(Var* var);
+
+// ---- Links made without the upvar command -----------------------------------
+
+// True iff `upvar` and `if` are Tcl's own and untraced, no step trace or
+// variable resolver is at work, and `command` (or none) lives in the global
+// namespace: then nothing can tell links made from C from those of upvar.
+bool zelTcl_Internal_LinksUnseen(Tcl_Interp* interp, Tcl_Command command);
+// Links the two locals behind the formals of the frame just pushed for `proc`,
+// `class` and `this`, to the two variables.
+// Returns: false, with nothing changed, where these slots hold other names.
+bool zelTcl_Internal_LinkLocals(Tcl_Interp* interp, const Proc* proc,
+                                Var* classVar, Var* thisVar);
+
+// Forgets that the running command was reached through an alias or an ensemble,
+// so that a word-count message names the procedure's own words.
+void zelTcl_Internal_ForgetRewrittenWords(Tcl_Interp* interp);
+
+#endif  // TCLOBJ_ZELTCL_INTERNAL_H
