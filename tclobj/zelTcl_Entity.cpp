@@ -14,6 +14,8 @@ const char* const zelTcl_kEntityTypeStrings[2] = {"class", "object"};
 
 namespace {
 
+constexpr char cUnloaded[] = "the object system has been unloaded";
+
 // Tcl reports qualified names; the entities of the global namespace do without
 // the leading colons.
 const char* WithoutGlobalPrefix(const char* name) {
@@ -65,6 +67,9 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
     Dispose();
     return 1;
   }
+  if (zelTcl_Obj_Interp() == nullptr) {  // by a redefined helper procedure
+    return Fail(interp, cUnloaded, "", "");
+  }
   if (exists != 0) {
     return Fail(interp, "a global variable with that name already exists", "",
                 "");
@@ -87,10 +92,12 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
     Release();
     return Fail(interp, "failed to create the ", typeString, " command");
   }
-  // A redefined helper procedure, or the end of a command that a qualified
-  // name has replaced, may have run a script.
+  // The end of a command that a qualified name has replaced may have run a
+  // script.
   if (zelTcl_Obj_Interp() == nullptr) {
-    return Fail(interp, "the object system has been unloaded", "", "");
+    (void)Tcl_DeleteCommandFromToken(interp, command);
+    command = nullptr;
+    return Fail(interp, cUnloaded, "", "");
   }
   if (zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr) {
     return Fail(interp, "a ", typeString, " with that name already exists");
@@ -130,8 +137,9 @@ void zelTcl_TEntity::Rename(Tcl_Interp* interp, const char* /*oldName*/,
     return;
   }
   // While one rename trace runs, Tcl reports no other rename of the same
-  // command. A trace on the arrays may have made one: catch up with it.
-  for (;;) {
+  // command. A trace on the arrays may have made one: catch up with it. The
+  // command may also have gone, in a constructor without the object.
+  while (command != nullptr) {
     const zelTcl_TObjRef actual(Tcl_NewObj());
     Tcl_GetCommandFullName(interp, command, actual.get());
     const char* const name = WithoutGlobalPrefix(Tcl_GetString(actual.get()));
@@ -143,7 +151,9 @@ void zelTcl_TEntity::Rename(Tcl_Interp* interp, const char* /*oldName*/,
       return;
     }
   }
-  zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
+  if (command != nullptr) {
+    zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
+  }
 }
 
 // Moves array, registry entry and names to the new name.
@@ -160,7 +170,7 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
     zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
     return false;
   }
-  if (!MoveArray(interp, names.string) || !registered || IsGone()) {
+  if (!MoveArray(interp, names.string) || IsGone()) {
     return false;
   }
   Tcl_HashEntry* const oldEntry = Tcl_FindHashEntry(table, stringName);

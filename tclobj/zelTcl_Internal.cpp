@@ -72,6 +72,18 @@ Var* FindGlobalVar(Tcl_Interp* interp, const char* name) {
                       &array);
 }
 
+// The variable of a simple name in the global namespace, or null. A link is not
+// followed.
+Var* FindSimpleGlobal(Tcl_Interp* interp, Tcl_Obj* name) {
+  Tcl_HashEntry* const entry =
+      Tcl_FindHashEntry(&GlobalNamespace(interp)->varTable.table, name);
+  return entry == nullptr
+             ? nullptr
+             : &reinterpret_cast<VarInHash*>(reinterpret_cast<char*>(entry) -
+                                             offsetof(VarInHash, entry))
+                    ->var;
+}
+
 zelTcl_TGlobalVarState StateOf(const Var* var) {
   while (var != nullptr && TclIsVarLink(var)) {
     var = var->value.linkPtr;
@@ -388,14 +400,7 @@ bool zelTcl_Internal_FrameHolds(const CallFrame* frame, const Proc* proc,
 
 zelTcl_TGlobalVarState zelTcl_Internal_SimpleGlobalState(Tcl_Interp* interp,
                                                          Tcl_Obj* name) {
-  TclVarHashTable* const table = &GlobalNamespace(interp)->varTable;
-  Tcl_HashEntry* const entry = Tcl_FindHashEntry(&table->table, name);
-  if (entry == nullptr) {
-    return zelTcl_TGlobalVarState::kAbsent;
-  }
-  return StateOf(&reinterpret_cast<VarInHash*>(reinterpret_cast<char*>(entry) -
-                                               offsetof(VarInHash, entry))
-                      ->var);
+  return StateOf(FindSimpleGlobal(interp, name));
 }
 
 zelTcl_TGlobalVarState zelTcl_Internal_GlobalState(Tcl_Interp* interp,
@@ -441,14 +446,18 @@ int zelTcl_Internal_CopyGlobalArray(Tcl_Interp* interp, const char* source,
   return TCL_OK;
 }
 
+// Where the variable is a link that a script has made, the link itself is held,
+// not what it leads to at this moment.
 Var* zelTcl_Internal_HoldGlobalVar(Tcl_Interp* interp, Tcl_Obj* name) {
-  Var* array = nullptr;
-  Var* const var = TclObjLookupVar(interp, name, nullptr, TCL_GLOBAL_ONLY,
-                                   nullptr, 1, 1, &array);
-  if (var == nullptr || !TclIsVarInHash(var) || TclIsVarArrayElement(var)) {
-    return nullptr;
+  Var* var = FindSimpleGlobal(interp, name);
+  if (var == nullptr) {
+    Var* array = nullptr;
+    var = TclObjLookupVar(interp, name, nullptr, TCL_GLOBAL_ONLY, nullptr, 1, 1,
+                          &array);
   }
-  VarHashRefCount(var)++;
+  if (var != nullptr) {
+    VarHashRefCount(var)++;
+  }
   return var;
 }
 

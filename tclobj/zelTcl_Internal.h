@@ -122,8 +122,8 @@ zelTcl_TGlobalVarState zelTcl_Internal_GlobalState(Tcl_Interp* interp,
 int zelTcl_Internal_CopyGlobalArray(Tcl_Interp* interp, const char* source,
                                     const char* target);
 // The global variable of this name, made undefined if missing, held by one
-// reference so that it stays the one that scripts reach by the name. Null when
-// Tcl refuses the name. Drop with ReleaseVar.
+// reference so that it stays the one that scripts reach by the name. Requires:
+// a name without "::" or parentheses. Drop with ReleaseVar.
 Var* zelTcl_Internal_HoldGlobalVar(Tcl_Interp* interp, Tcl_Obj* name);
 // True iff the name no longer leads to this variable.
 bool zelTcl_Internal_VarIsStale(const Var* var);

@@ -38,7 +38,8 @@ int zelTcl_TObject::BeginConstruction(Tcl_Interp* interp,
   }
   if (objectClass->IsEnding()) {
     Tcl_AppendResult(interp, "could not create object \"", StringName(),
-                     "\": its class is being deleted", nullptr);
+                     "\": class \"", Tcl_GetString(objv[0]),
+                     "\" is being deleted", nullptr);
     return TCL_ERROR;
   }
   *constructor = objectClass->FindMethod(zelTcl_gObj_ConstructorStringObj,
