@@ -49,8 +49,7 @@ bool IsInsideCharacter(char byte) {
 
 }  // namespace
 
-// ---- Beginning and end
-// --------------------------------------------------------
+// ---- Beginning and end ------------------------------------------------------
 
 zelTcl_TCall* zelTcl_TCall::Begin(Tcl_Interp* interp, zelTcl_TMethod* method,
                                   zelTcl_TObject* object, int objc,
@@ -147,8 +146,7 @@ void zelTcl_TCall::FreeSpares() {
   gNbSpares = 0;
 }
 
-// ---- The two ways to run
-// --------------------------------------------------------
+// ---- The two ways to run ----------------------------------------------------
 
 int zelTcl_TCall::Run(Tcl_Interp* interp) {
   if (zelTcl_Internal_CanReturnEarly()) {
@@ -190,8 +188,7 @@ int zelTcl_TCall::EndNR(ClientData data[], Tcl_Interp* interp, int result) {
   return static_cast<zelTcl_TCall*>(data[0])->End(interp, result);
 }
 
-// ---- Fast path: the links `class` and `this`
-// --------------------------------------
+// ---- Fast path: the links `class` and `this` --------------------------------
 //
 // The plain procedure begins with an upvar command that makes both links. The
 // linked one allots the same locals in the same slots without running upvar,
@@ -223,8 +220,7 @@ void zelTcl_TCall::MakeLinks(Tcl_Interp* interp) {
   }
 }
 
-// ---- Fast path: the call of the current frame
-// -------------------------------------
+// ---- Fast path: the call of the current frame -------------------------------
 //
 // `this` and the inherited form are defined by the variables objName, className
 // and methodName. While the frame still holds the very values that the call
@@ -243,8 +239,7 @@ const zelTcl_TCall* zelTcl_TCall::Current(Tcl_Interp* interp) {
   return call;
 }
 
-// ---- The message for a wrong word count
-// -------------------------------------------
+// ---- The message for a wrong word count -------------------------------------
 
 // Tcl writes "CLASS::METHOD objName className methodName PARAMETERS"; the
 // script wrote "OBJECT METHOD ..." or, for a constructor, "CLASS OBJECT ...".

@@ -1,5 +1,6 @@
 #include "tclobj/zelTcl_Class.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -17,25 +18,6 @@ std::uint64_t gLastWalk = 0;
 
 zelTcl_TClass* ClassOf(const zel_TListElem* element) {
   return static_cast<zelTcl_TClass*>(element->Value());
-}
-
-// A malloc'd text made of up to three pieces; null when memory runs out.
-char* NewText(const char* first, const char* second, const char* third) {
-  const std::size_t lengths[] = {strlen(first), strlen(second), strlen(third)};
-  char* text = nullptr;
-  if (zel_Malloc(text, static_cast<unsigned>(lengths[0] + lengths[1] +
-                                             lengths[2] + 1)) !=
-      zel_kErrorNone) {
-    return nullptr;
-  }
-  char* end = text;
-  const char* const pieces[] = {first, second, third};
-  for (int i = 0; i < 3; ++i) {
-    memcpy(end, pieces[i], lengths[i]);
-    end += lengths[i];
-  }
-  *end = '\0';
-  return text;
 }
 
 zel_TError AppendOwnedText(zel_TList* list, char* text) {
@@ -109,8 +91,7 @@ class zelTcl_TClass::TWalk {
   zelTcl_TClass* current_;
 };
 
-// ---- Creation and the class command
-// -------------------------------------------
+// ---- Creation and the class command -----------------------------------------
 
 int zelTcl_TClass::Init(Tcl_Interp* interp, Tcl_Obj* name) {
   const int code = zelTcl_TEntity::Init(zelTcl_kClassEntity, interp, name);
@@ -196,8 +177,7 @@ int zelTcl_TClass::CommandHandlerNR(Tcl_Interp* interp, int objc,
   return constructor->ExecuteNR(interp, object, objc - 2, objv + 2, 1);
 }
 
-// ---- Lookup
-// -------------------------------------------------------------------
+// ---- Lookup -----------------------------------------------------------------
 
 inline zelTcl_TMethod* zelTcl_TClass::OwnMethod(const zelTcl_TMethodKey& key) {
   const unsigned bucket = key.hash % kNbBuckets;
@@ -276,55 +256,85 @@ void zelTcl_TClass::ReportNoMethod(Tcl_Interp* interp, const char* key,
 
 // ---- Lists over the graph ---------------------------------------------------
 
-zel_TError zelTcl_TClass::FullMethodList(zel_TList** list, int withPrefix) {
-  *list = nullptr;
-  zel_TList* result = nullptr;
-  zel_TError error = zel_NewAndInit(result);
+zelTcl_TMethodSet::~zelTcl_TMethodSet() {
+  zel_TestAndFree(methods);
+}
+
+// Enters the method unless one of its name is there: an open table of twice the
+// size, probed from the name's hash.
+bool zelTcl_TMethodSet::IsNew(zelTcl_TMethod* method) {
+  const zelTcl_TMethodKey key(method->StringName(), method->NameHash());
+  unsigned slot = key.hash & mask;
+  while (seen[slot] != nullptr) {
+    if (seen[slot]->HasName(key)) {
+      return false;
+    }
+    slot = (slot + 1) & mask;
+  }
+  seen[slot] = method;
+  return true;
+}
+
+zel_TError zelTcl_TMethodSet::Collect(zelTcl_TClass* theClass) {
+  unsigned most = 0;
+  zelTcl_TClass::TWalk counting(theClass);
+  for (zelTcl_TClass* from = theClass; from != nullptr;
+       from = counting.Next()) {
+    most += from->NbMethods();
+  }
+  mask = 1;
+  while (mask < 2 * most) {
+    mask = 2 * mask + 1;
+  }
+  // One block for both.
+  const zel_TError error = zel_Malloc(methods, most + mask + 1);
   if (error != zel_kErrorNone) {
     return error;
   }
-  Tcl_HashTable seen;
-  Tcl_InitHashTable(&seen, TCL_STRING_KEYS);
-  error = AddMethodsToList(&seen, result, 0);
-  TWalk walk(this);
-  zelTcl_TClass* ancestor = nullptr;
-  while (error == zel_kErrorNone && (ancestor = walk.Next()) != nullptr) {
-    error = ancestor->AddMethodsToList(&seen, result, withPrefix);
+  seen = methods + most;
+  std::fill_n(seen, mask + 1, nullptr);
+  zelTcl_TClass::TWalk walk(theClass);
+  for (zelTcl_TClass* from = theClass; from != nullptr; from = walk.Next()) {
+    if (from->NbMethods() == 0) {
+      continue;
+    }
+    for (zelTcl_TMethod* method :
+         zelTcl_THashValues<zelTcl_TMethod>(from->MethodTable())) {
+      if (IsNew(method)) {
+        methods[count++] = method;
+      }
+    }
   }
-  Tcl_DeleteHashTable(&seen);
-  if (error == zel_kErrorNone && withPrefix == 0) {
-    error = result->Sort(zel_ListSortStringFunc);
-  }
-  if (error != zel_kErrorNone) {
-    zelTcl_Obj_DeleteTextList(result);
-    return error;
-  }
-  *list = result;
   return zel_kErrorNone;
 }
 
-// Appends the class's own names that `seen` does not hold yet.
-zel_TError zelTcl_TClass::AddMethodsToList(Tcl_HashTable* seen,
-                                           zel_TList* result, int withPrefix) {
-  if (methodTableReady == 0) {
-    return zel_kErrorNone;
+zel_TError zelTcl_TClass::FullMethodList(zel_TList** list, int withPrefix) {
+  *list = nullptr;
+  zelTcl_TMethodSet methods;
+  zel_TError error = methods.Collect(this);
+  zel_TList* result = nullptr;
+  if (error == zel_kErrorNone) {
+    error = zel_NewAndInit(result);
   }
-  for (const zelTcl_TMethod* method :
-       zelTcl_THashValues<zelTcl_TMethod>(&methodTable)) {
-    int isNew = 0;
-    (void)Tcl_CreateHashEntry(seen, method->StringName(), &isNew);
-    if (isNew == 0) {
-      continue;
-    }
-    const zel_TError error = AppendOwnedText(
-        result, withPrefix != 0
-                    ? NewText(stringName, "::", method->StringName())
-                    : NewText(method->StringName(), "", ""));
+  for (const zelTcl_TMethod* method : methods) {
     if (error != zel_kErrorNone) {
-      return error;
+      break;
     }
+    error = AppendOwnedText(
+        result, withPrefix != 0 && method->Class() != this
+                    ? zelTcl_Obj_NewText(method->Class()->StringName(),
+                                         "::", method->StringName())
+                    : zelTcl_Obj_NewText(method->StringName(), "", ""));
   }
-  return zel_kErrorNone;
+  if (error == zel_kErrorNone && withPrefix == 0) {
+    error = result->Sort(zel_ListSortStringFunc);
+  }
+  if (error == zel_kErrorNone) {
+    *list = result;
+  } else if (result != nullptr) {
+    zelTcl_Obj_DeleteTextList(result);
+  }
+  return error;
 }
 
 int zelTcl_TClass::IsAncestor(zelTcl_TClass* other) {

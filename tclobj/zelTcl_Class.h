@@ -136,11 +136,17 @@ class zelTcl_TClass final : public zelTcl_TEntity {
   // True iff Dispose has begun.
   bool IsEnding() const { return ending; }
 
+  // Not to be walked while there are none: a class on its way out has no table.
   Tcl_HashTable* MethodTable() { return &methodTable; }
+  unsigned NbMethods() const {
+    return methodTableReady != 0 ? static_cast<unsigned>(methodTable.numEntries)
+                                 : 0;
+  }
   zel_TList* ObjectList() const { return objectList; }
   zel_TList* Specializations() const { return specializations; }
 
  private:
+  friend class zelTcl_TMethodSet;
   class TWalk;
 
   ~zelTcl_TClass() = default;
@@ -149,8 +155,6 @@ class zelTcl_TClass final : public zelTcl_TEntity {
   zelTcl_TObject* NewObject(Tcl_Interp* interp, int objc,
                             Tcl_Obj* const objv[]);
   zelTcl_TMethod* OwnMethod(const zelTcl_TMethodKey& key);
-  zel_TError AddMethodsToList(Tcl_HashTable* seen, zel_TList* result,
-                              int withPrefix);
   void DisposeObjects();
   void DisposeLinks();
   void DisposeMethods();
@@ -171,6 +175,32 @@ class zelTcl_TClass final : public zelTcl_TEntity {
   std::uint64_t walkSerial = 0;
   zelTcl_TClass* walkFrom = nullptr;
   zel_TListElem* walkNext = nullptr;
+};
+
+// The methods that an object of a class can call, each name once: those of the
+// class, then those of its ancestors in the order of the walk. Borrowed;
+// nothing may run that changes a class.
+class zelTcl_TMethodSet {
+ public:
+  zelTcl_TMethodSet() = default;
+  zelTcl_TMethodSet(const zelTcl_TMethodSet&) = delete;
+  zelTcl_TMethodSet& operator=(const zelTcl_TMethodSet&) = delete;
+  ~zelTcl_TMethodSet();
+
+  // Requires: called once.
+  // Returns: 0, or zel_gErrorMemFull with the set empty.
+  zel_TError Collect(zelTcl_TClass* theClass);
+  unsigned Count() const { return count; }
+  zelTcl_TMethod* const* begin() const { return methods; }
+  zelTcl_TMethod* const* end() const { return methods + count; }
+
+ private:
+  bool IsNew(zelTcl_TMethod* method);
+
+  zelTcl_TMethod** methods = nullptr;  // from zel_Malloc, `seen` included
+  unsigned count = 0;
+  zelTcl_TMethod** seen = nullptr;  // by hash of the name
+  unsigned mask = 0;                // slots of `seen`, less one
 };
 
 #endif  // TCLOBJ_ZELTCL_CLASS_H

@@ -23,11 +23,11 @@ const char* WithoutGlobalPrefix(const char* name) {
 }
 
 // The texts of a name until an entity takes them over.
-struct zelTcl_TNames {
-  zelTcl_TNames() = default;
-  zelTcl_TNames(const zelTcl_TNames&) = delete;
-  zelTcl_TNames& operator=(const zelTcl_TNames&) = delete;
-  ~zelTcl_TNames() {
+struct TNewNames {
+  TNewNames() = default;
+  TNewNames(const TNewNames&) = delete;
+  TNewNames& operator=(const TNewNames&) = delete;
+  ~TNewNames() {
     zel_TestAndFree(string);
     zel_TestAndFree(quoted);
   }
@@ -160,7 +160,7 @@ void zelTcl_TEntity::Rename(Tcl_Interp* interp, const char* /*oldName*/,
 // Returns: false where the entity keeps its old name, or is gone.
 bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
   // Whatever can fail for want of memory comes first.
-  zelTcl_TNames names;
+  TNewNames names;
   if (zelTcl_Obj_UpdateStringNames(newName, &names.string, &names.quoted,
                                    nullptr) != 0) {
     fprintf(stderr,

@@ -203,7 +203,7 @@ bool zelTcl_Internal_CanReturnEarly() {
   return gCanReturnEarly;
 }
 
-// ---- Commands -------------------------------------------------------------
+// ---- Commands ---------------------------------------------------------------
 
 bool zelTcl_Internal_GlobalCommandExists(Tcl_Interp* interp, const char* name) {
   // The table's field, since the function that returns it is not in 8.5.
@@ -281,7 +281,7 @@ bool zelTcl_Internal_IsUntouched(const zelTcl_TWatchedCommand& watched) {
          watched.command->tracePtr == nullptr;
 }
 
-// ---- Procedures -----------------------------------------------------------
+// ---- Procedures -------------------------------------------------------------
 
 int zelTcl_Internal_CreateProc(Tcl_Interp* interp, const char* name,
                                Tcl_Obj* params, Tcl_Obj* body, Proc** proc) {
@@ -375,7 +375,7 @@ void zelTcl_Internal_HookEnd(Tcl_Interp* interp, Tcl_NRPostProc* end,
   callback->data[3] = reinterpret_cast<ClientData>(end);
 }
 
-// ---- Frames ---------------------------------------------------------------
+// ---- Frames -----------------------------------------------------------------
 
 CallFrame* zelTcl_Internal_VarFrame(Tcl_Interp* interp) {
   return Private(interp)->varFramePtr;
@@ -396,7 +396,7 @@ bool zelTcl_Internal_FrameHolds(const CallFrame* frame, const Proc* proc,
   return true;
 }
 
-// ---- Global variables -----------------------------------------------------
+// ---- Global variables -------------------------------------------------------
 
 zelTcl_TGlobalVarState zelTcl_Internal_SimpleGlobalState(Tcl_Interp* interp,
                                                          Tcl_Obj* name) {

@@ -37,7 +37,7 @@ void zelTcl_Internal_Detach();
 // True iff the running Tcl can call procedures without nesting (8.6 and later).
 bool zelTcl_Internal_CanReturnEarly();
 
-// ---- Commands -------------------------------------------------------------
+// ---- Commands ---------------------------------------------------------------
 
 // True iff the global namespace holds a command with exactly this simple name;
 // no resolution, no auto-loading, so a qualified name never matches.
@@ -60,7 +60,7 @@ void zelTcl_Internal_Unwatch(zelTcl_TWatchedCommand* watched);
 // True iff the command watched is still there under its name and untraced.
 bool zelTcl_Internal_IsUntouched(const zelTcl_TWatchedCommand& watched);
 
-// ---- Procedures -----------------------------------------------------------
+// ---- Procedures -------------------------------------------------------------
 
 // Makes a procedure of the global namespace that is no command.
 // Returns: TCL_OK, or TCL_ERROR with Tcl's message about the parameter list.
@@ -96,7 +96,7 @@ void zelTcl_Internal_RecognizeEnd(Tcl_Interp* interp, Tcl_Obj* nameWord);
 void zelTcl_Internal_HookEnd(Tcl_Interp* interp, Tcl_NRPostProc* end,
                              ClientData clientData);
 
-// ---- Frames ---------------------------------------------------------------
+// ---- Frames -----------------------------------------------------------------
 
 // The frame that variable names resolve in: only for comparison.
 CallFrame* zelTcl_Internal_VarFrame(Tcl_Interp* interp);
@@ -105,7 +105,7 @@ CallFrame* zelTcl_Internal_VarFrame(Tcl_Interp* interp);
 bool zelTcl_Internal_FrameHolds(const CallFrame* frame, const Proc* proc,
                                 Tcl_Obj* const words[]);
 
-// ---- Global variables -----------------------------------------------------
+// ---- Global variables -------------------------------------------------------
 
 // The state of the variable of this name in the global namespace. Requires: a
 // name without "::" or parentheses.

@@ -24,8 +24,8 @@ constexpr char cPrologue[] = "upvar #0 $className class $objName this\n";
 constexpr char cLinkedPrologue[] =
     "if {!1} {upvar #0 $className class $objName this}\n";
 
-constexpr const char* kHiddenParams[] = {"objName", "className", "methodName"};
-constexpr int kNbHiddenParams = 3;
+constexpr zelTcl_TImplicitVar kHiddenParams[zelTcl_kNbImplicitVars] = {
+    zelTcl_kObjNameVar, zelTcl_kClassNameVar, zelTcl_kMethodNameVar};
 
 // Formals that make the links fail or lead elsewhere; only the upvar command
 // itself does then what a script expects.
@@ -55,18 +55,12 @@ bool IsLinkName(const char* name) {
 // The parameter list with the three hidden parameters in front.
 // Returns: a fresh value, or null with Tcl's list error in the result.
 Tcl_Obj* WithHiddenParams(Tcl_Interp* interp, Tcl_Obj* params) {
-  Tcl_Obj* const all = Tcl_DuplicateObj(params);
-  Tcl_Obj* hidden[kNbHiddenParams];
-  for (int i = 0; i < kNbHiddenParams; ++i) {
-    hidden[i] = Tcl_NewStringObj(kHiddenParams[i], -1);
-    Tcl_IncrRefCount(hidden[i]);
+  Tcl_Obj* hidden[zelTcl_kNbImplicitVars];
+  for (int i = 0; i < zelTcl_kNbImplicitVars; ++i) {
+    hidden[i] = zelTcl_Obj_ImplicitVarName(kHiddenParams[i]);
   }
-  const int code =
-      Tcl_ListObjReplace(interp, all, 0, 0, kNbHiddenParams, hidden);
-  for (Tcl_Obj* const name : hidden) {
-    Tcl_DecrRefCount(name);
-  }
-  if (code != TCL_OK) {
+  Tcl_Obj* const all = Tcl_NewListObj(zelTcl_kNbImplicitVars, hidden);
+  if (Tcl_ListObjAppendList(interp, all, params) != TCL_OK) {
     const zelTcl_TObjRef dropped(all);
     return nullptr;
   }
@@ -107,13 +101,12 @@ int zelTcl_TMethod::Build(Tcl_Interp* interp, Tcl_Obj* const objv[]) {
   nameHash = zelTcl_TMethodKey(stringName).hash;
   zelTcl_SetObj(&nameObj, Tcl_NewStringObj(stringName, -1));
   const char* const className = definingClass->StringName();
-  const std::size_t size = strlen(className) + strlen(stringName) + 3;
-  if (zel_Malloc(fullName, static_cast<unsigned>(size)) != zel_kErrorNone) {
+  fullName = zelTcl_Obj_NewText(className, "::", stringName);
+  if (fullName == nullptr) {
     Tcl_AppendResult(interp, "could not create method \"", className,
                      "::", stringName, "\": no more memory", nullptr);
     return TCL_ERROR;
   }
-  snprintf(fullName, size, "%s::%s", className, stringName);
   zelTcl_SetObj(&fullNameObj, Tcl_NewStringObj(fullName, -1));
   if (strcmp(stringName, "destructor") == 0) {
     int nbParams = 0;
@@ -182,8 +175,7 @@ int zelTcl_TMethod::ExecuteNR(Tcl_Interp* interp, zelTcl_TObject* object,
   return call == nullptr ? TCL_ERROR : call->Start(interp);
 }
 
-// ---- Introspection
-// ------------------------------------------------------------
+// ---- Introspection ----------------------------------------------------------
 
 Tcl_Obj* zelTcl_TMethod::Args() {
   if (args != nullptr) {
@@ -209,8 +201,7 @@ Tcl_Obj* zelTcl_TMethod::Args() {
   return args;
 }
 
-// ---- The end
-// ------------------------------------------------------------------
+// ---- The end ----------------------------------------------------------------
 
 void zelTcl_TMethod::Dispose() {
   zelTcl_SetObj(&body, nullptr);

@@ -79,6 +79,7 @@ class zelTcl_TMethod final {
   // The names of the parameters, built once. Borrowed.
   Tcl_Obj* Args();
   const char* StringName() const { return stringName; }
+  Tcl_Obj* NameObj() const { return nameObj; }
   const char* ProtectedString() const { return protectedString; }
   zelTcl_TClass* Class() const { return definingClass; }
   Tcl_Obj* Body() const { return body; }

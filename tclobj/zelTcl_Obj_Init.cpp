@@ -14,6 +14,7 @@
 #include "tclobj/zelTcl_Handles.h"
 #include "tclobj/zelTcl_Internal.h"
 #include "tclobj/zelTcl_Method.h"
+#include "tclobj/zelTcl_Names.h"
 #include "tclobj/zelTcl_Object.h"
 #include "tclobj/zelTcl_zelObject.h"
 
@@ -135,8 +136,7 @@ int DefineBuiltIns(Tcl_Interp* interp) {
 
 }  // namespace
 
-// ---- Entry and tear-down
-// --------------------------------------------------------
+// ---- Entry and tear-down ----------------------------------------------------
 
 int Zeltclobject_Init(Tcl_Interp* interp) {
   bool expected = false;
@@ -259,8 +259,7 @@ Tcl_Command zelTcl_Obj_CreateCommand(Tcl_Interp* interp, const char* name,
              : Tcl_CreateObjCommand(interp, name, proc, clientData, deleteProc);
 }
 
-// ---- Definition commands
-// ----------------------------------------------------------
+// ---- Definition commands ----------------------------------------------------
 
 namespace {
 
@@ -424,8 +423,7 @@ int zel_ThisObjCmd(ClientData /*clientData*/, Tcl_Interp* interp, int objc,
              : object->MethodDispatchCmd(interp, objc, objv, running);
 }
 
-// ---- Registries
-// -----------------------------------------------------------------
+// ---- Registries -------------------------------------------------------------
 
 namespace {
 
@@ -532,6 +530,24 @@ void zelTcl_Obj_DeregisterEntity(zelTcl_TEntity* entity) {
   Tcl_DeleteHashEntry(entry);
 }
 
+char* zelTcl_Obj_NewText(const char* first, const char* second,
+                         const char* third) {
+  const char* const pieces[] = {first, second, third};
+  const std::size_t lengths[] = {strlen(first), strlen(second), strlen(third)};
+  char* text = nullptr;
+  if (zel_Malloc(text, static_cast<unsigned>(lengths[0] + lengths[1] +
+                                             lengths[2] + 1)) ==
+      zel_kErrorNone) {
+    char* end = text;
+    for (int i = 0; i < 3; ++i) {
+      memcpy(end, pieces[i], lengths[i]);
+      end += lengths[i];
+    }
+    *end = '\0';
+  }
+  return text;
+}
+
 int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
                                  char** protectedString, Tcl_Interp* interp) {
   char* string = CopyText(name, strlen(name));
@@ -551,8 +567,7 @@ int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
   return 0;
 }
 
-// ---- Variables
-// --------------------------------------------------------------------
+// ---- Variables --------------------------------------------------------------
 
 namespace {
 
@@ -594,6 +609,10 @@ int CallHelper(Tcl_Interp* interp, const char* helper,
 }
 
 }  // namespace
+
+Tcl_Obj* zelTcl_Obj_ImplicitVarName(zelTcl_TImplicitVar which) {
+  return gImplicitVarNames[which];
+}
 
 Tcl_Obj* zelTcl_Obj_ReadVariable(Tcl_Interp* interp,
                                  zelTcl_TImplicitVar which) {
@@ -653,17 +672,12 @@ int zelTcl_Obj_CloneGlobalArray(Tcl_Interp* interp, const char* source,
   return code;
 }
 
-// ---- Conversions
-// --------------------------------------------------------------------
+// ---- Conversions ------------------------------------------------------------
 
 namespace {
 
 const char* TextOf(const zel_TListElem* element) {
   return static_cast<const char*>(element->Value());
-}
-
-const char* NameOf(const zel_TListElem* element) {
-  return static_cast<const zelTcl_TEntity*>(element->Value())->StringName();
 }
 
 // A fresh Tcl list of one text for each element; null when Tcl refuses.
@@ -695,13 +709,17 @@ void zelTcl_Obj_AppendOptionList(Tcl_Interp* interp, const zel_TList* list) {
   }
 }
 
+int zelTcl_Obj_ReportList(Tcl_Interp* interp) {
+  SetResult(interp,
+            "could not create list: error while adding elements to the list");
+  return TCL_ERROR;
+}
+
 int zelTcl_Obj_ListToObj(Tcl_Interp* interp, const zel_TList* list,
                          Tcl_Obj** out) {
   Tcl_Obj* const result = NewTextListObj(list, TextOf);
   if (result == nullptr) {
-    SetResult(interp,
-              "could not create list: error while adding elements to the list");
-    return TCL_ERROR;
+    return zelTcl_Obj_ReportList(interp);
   }
   *out = result;
   return TCL_OK;
@@ -735,30 +753,26 @@ int zelTcl_Obj_HashToList(Tcl_Interp* interp, Tcl_HashTable* table,
 
 int zelTcl_Obj_StringHashTableToObj(Tcl_Interp* interp, Tcl_HashTable* table,
                                     Tcl_Obj** out, int sorted) {
-  if (sorted != 0) {
-    zel_TList* names = nullptr;
-    int code =
-        zelTcl_Obj_HashToList(interp, table, &names, zel_ListSortStringFunc);
-    if (code == TCL_OK) {
-      code = zelTcl_Obj_ListToObj(interp, names, out);
-      zel_DisposeAndDelete(names);
-    }
-    return code;
+  zelTcl_TNames names;
+  if (names.Reserve(static_cast<unsigned>(table->numEntries)) !=
+      zel_kErrorNone) {
+    SetResult(interp, "could not create list from hash table: no more memory");
+    return TCL_ERROR;
   }
-  Tcl_Obj* const result = Tcl_NewListObj(0, nullptr);
   Tcl_HashSearch search;
   for (Tcl_HashEntry* entry = Tcl_FirstHashEntry(table, &search);
        entry != nullptr; entry = Tcl_NextHashEntry(&search)) {
-    const auto* const key =
-        static_cast<const char*>(Tcl_GetHashKey(table, entry));
-    if (Tcl_ListObjAppendElement(nullptr, result, Tcl_NewStringObj(key, -1)) !=
-        TCL_OK) {
-      const zelTcl_TObjRef dropped(result);
-      SetResult(interp,
-                "could not create list from hash table: error while adding "
-                "elements to the list");
-      return TCL_ERROR;
-    }
+    names.Add(static_cast<const char*>(Tcl_GetHashKey(table, entry)), nullptr);
+  }
+  if (sorted != 0) {
+    names.Sort();
+  }
+  Tcl_Obj* const result = names.NewListObj();
+  if (result == nullptr) {
+    SetResult(interp,
+              "could not create list from hash table: error while adding "
+              "elements to the list");
+    return TCL_ERROR;
   }
   *out = result;
   return TCL_OK;
@@ -767,33 +781,29 @@ int zelTcl_Obj_StringHashTableToObj(Tcl_Interp* interp, Tcl_HashTable* table,
 int zelTcl_Obj_EntityListToStringNameObjList(Tcl_Interp* interp,
                                              const zel_TList* list,
                                              Tcl_Obj** out, int sorted) {
-  Tcl_Obj* result = nullptr;
-  if (sorted != 0) {
-    zel_TList* names = nullptr;
-    zel_TError error = zel_NewAndInit(names);
-    for (const zel_TListElem* element = list->head;
-         element != nullptr && error == zel_kErrorNone;
-         element = element->next) {
-      const auto* const entity =
-          static_cast<const zelTcl_TEntity*>(element->Value());
-      error = names->AppendValue(entity->StringName(), nullptr);
-    }
-    if (error == zel_kErrorNone) {
-      error = names->Sort(zel_ListSortStringFunc);
-    }
-    if (error == zel_kErrorNone) {
-      result = NewTextListObj(names, TextOf);
-    }
-    zel_TestDisposeAndDelete(names);
-    if (error != zel_kErrorNone) {
-      Tcl_ResetResult(interp);
-      Tcl_AppendResult(interp, "could not create list of names: ",
-                       zel_ErrorGetMessage(error), nullptr);
-      return TCL_ERROR;
-    }
-  } else {
-    result = NewTextListObj(list, NameOf);
+  unsigned count = 0;
+  for (const zel_TListElem* element = list->head; element != nullptr;
+       element = element->next) {
+    ++count;
   }
+  zelTcl_TNames names;
+  const zel_TError error = names.Reserve(count);
+  if (error != zel_kErrorNone) {
+    Tcl_ResetResult(interp);
+    Tcl_AppendResult(interp, "could not create list of names: ",
+                     zel_ErrorGetMessage(error), nullptr);
+    return TCL_ERROR;
+  }
+  for (const zel_TListElem* element = list->head; element != nullptr;
+       element = element->next) {
+    const auto* const entity =
+        static_cast<const zelTcl_TEntity*>(element->Value());
+    names.Add(entity->StringName(), entity->NameObj());
+  }
+  if (sorted != 0) {
+    names.Sort();
+  }
+  Tcl_Obj* const result = names.NewListObj();
   if (result == nullptr) {
     SetResult(interp,
               "could not create name list: error while adding elements to the "

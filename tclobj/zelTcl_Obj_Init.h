@@ -21,8 +21,7 @@
 class zelTcl_TClass;
 class zelTcl_TObject;
 
-// ---- Process-wide state
-// -------------------------------------------------------
+// ---- Process-wide state -----------------------------------------------------
 
 extern Tcl_Interp* zelTcl_gObj_Interp;         // the one served, or null
 extern Tcl_HashTable zelTcl_gObj_ClassTable;   // name to class; owns nothing
@@ -46,8 +45,7 @@ extern const char* const zelTcl_gObj_VarExistProcDefinition;
 extern const char* const zelTcl_gObj_CloneArrayProcDefinition;
 extern const char* const zelTcl_gObj_RootClassScript;
 
-// ---- Entry and tear-down
-// --------------------------------------------------------
+// ---- Entry and tear-down ----------------------------------------------------
 
 // What load calls, for trusted and for safe interpreters alike. The first
 // interpreter to come is served; any other is answered TCL_OK and gets nothing.
@@ -73,8 +71,7 @@ Tcl_Command zelTcl_Obj_CreateCommand(Tcl_Interp* interp, const char* name,
                                      ClientData clientData,
                                      Tcl_CmdDeleteProc* deleteProc);
 
-// ---- Definition commands
-// --------------------------------------------------------
+// ---- Definition commands ----------------------------------------------------
 
 // method className methodName args body
 int zel_MethodObjCmd(ClientData clientData, Tcl_Interp* interp, int objc,
@@ -86,8 +83,7 @@ int zel_InheritObjCmd(ClientData clientData, Tcl_Interp* interp, int objc,
 int zel_ThisObjCmd(ClientData clientData, Tcl_Interp* interp, int objc,
                    Tcl_Obj* const objv[]);
 
-// ---- Registries
-// -----------------------------------------------------------------
+// ---- Registries -------------------------------------------------------------
 
 // Looks a name up among the classes or the objects.
 // Returns: the entity, borrowed, or null.
@@ -102,6 +98,10 @@ Tcl_HashTable* zelTcl_Obj_EntityHashTable(const zelTcl_TEntity* entity);
 // missing is reported on the standard error stream.
 void zelTcl_Obj_RegisterEntity(zelTcl_TEntity* entity);
 void zelTcl_Obj_DeregisterEntity(zelTcl_TEntity* entity);
+// Joins three texts.
+// Returns: a new text for zel_Free; null when memory ran out.
+char* zelTcl_Obj_NewText(const char* first, const char* second,
+                         const char* third);
 // Makes the two texts of a name: itself, and the name as one list element.
 // Returns: 0 with both replaced (what they held is freed), or 1 with both kept.
 // Owns: the caller, zel_Free.
@@ -110,8 +110,7 @@ void zelTcl_Obj_DeregisterEntity(zelTcl_TEntity* entity);
 int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
                                  char** protectedString, Tcl_Interp* interp);
 
-// ---- Variables
-// --------------------------------------------------------------------
+// ---- Variables --------------------------------------------------------------
 
 // The variables that a method's body receives.
 enum zelTcl_TImplicitVar {
@@ -120,6 +119,9 @@ enum zelTcl_TImplicitVar {
   zelTcl_kMethodNameVar,
   zelTcl_kNbImplicitVars
 };
+// The name of one of them, a value that the system holds. Borrowed; null when
+// nothing is served.
+Tcl_Obj* zelTcl_Obj_ImplicitVarName(zelTcl_TImplicitVar which);
 // Reads one of them in the scope of the running command.
 // Returns: its value, borrowed from the variable, or null.
 // Re-entry: read traces run scripts.
@@ -137,15 +139,17 @@ int zelTcl_Obj_GlobalExists(Tcl_Interp* interp, const char* name, int* exists);
 int zelTcl_Obj_CloneGlobalArray(Tcl_Interp* interp, const char* source,
                                 const char* destination);
 
-// ---- Conversions
-// --------------------------------------------------------------------
+// ---- Conversions ------------------------------------------------------------
 //
 // A value made is fresh, without a reference. On failure nothing is stored, and
 // the message is in the interpreter's result.
 
 // Appends the texts of the list to the result: "a", "a, or b", "a, b, or c".
 void zelTcl_Obj_AppendOptionList(Tcl_Interp* interp, const zel_TList* list);
-// Errors: could not create list: error while adding elements to the list
+// Leaves the message for a list that Tcl refused: could not create list: error
+// while adding elements to the list. Returns: TCL_ERROR.
+int zelTcl_Obj_ReportList(Tcl_Interp* interp);
+// Errors: as above.
 int zelTcl_Obj_ListToObj(Tcl_Interp* interp, const zel_TList* list,
                          Tcl_Obj** out);
 // The keys of a table, in its own order or sorted. The list is the caller's,
@@ -154,7 +158,8 @@ int zelTcl_Obj_ListToObj(Tcl_Interp* interp, const zel_TList* list,
 //   could not create list from hash table: error while sorting the list
 int zelTcl_Obj_HashToList(Tcl_Interp* interp, Tcl_HashTable* table,
                           zel_TList** out, zel_TListSortFunc comparator);
-// Errors: those of the two above, and
+// The same as a Tcl list.
+// Errors: could not create list from hash table: no more memory
 //   could not create list from hash table: error while adding elements to the
 //     list
 int zelTcl_Obj_StringHashTableToObj(Tcl_Interp* interp, Tcl_HashTable* table,

@@ -8,8 +8,7 @@
 #include "tclobj/zelTcl_Method.h"
 #include "tclobj/zelTcl_Obj_Init.h"
 
-// ---- Construction
-// -------------------------------------------------------------
+// ---- Construction -----------------------------------------------------------
 
 int zelTcl_TObject::Init(Tcl_Interp* interp, zelTcl_TClass* theClass, int objc,
                          Tcl_Obj* const objv[]) {
@@ -92,8 +91,7 @@ int zelTcl_TObject::FinishConstruction(Tcl_Interp* interp, Tcl_Obj* name,
   return TCL_ERROR;
 }
 
-// ---- Dispatch
-// -----------------------------------------------------------------
+// ---- Dispatch ---------------------------------------------------------------
 
 // Where a method word leads: which name is looked up, in which class and how.
 struct zelTcl_TObject::TTarget {
@@ -238,8 +236,7 @@ bool zelTcl_TObject::ResolveInherited(Tcl_Interp* interp,
   return false;
 }
 
-// ---- The end
-// --------------------------------------------------------------------
+// ---- The end ----------------------------------------------------------------
 
 int zelTcl_TObject::Destruct(Tcl_Interp* interp) {
   if (beingDestructed != 0) {

@@ -7,6 +7,7 @@
 #include "tclobj/zelTcl_Class.h"
 #include "tclobj/zelTcl_Handles.h"
 #include "tclobj/zelTcl_Method.h"
+#include "tclobj/zelTcl_Names.h"
 #include "tclobj/zelTcl_Obj_Init.h"
 #include "tclobj/zelTcl_Obj_Profiling.h"
 #include "tclobj/zelTcl_Object.h"
@@ -32,8 +33,7 @@ bool CheckWordCount(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[],
   return false;
 }
 
-// ---- zelObject delete
-// ---------------------------------------------------------
+// ---- zelObject delete -------------------------------------------------------
 
 // zelObject delete method <class_name> <method_name>
 int DeleteMethod(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
@@ -106,8 +106,7 @@ int zelTclObjDeleteCmd(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
   }
 }
 
-// ---- zelObject info
-// -----------------------------------------------------------
+// ---- zelObject info ---------------------------------------------------------
 //
 // Each query gets the whole word list, with its word count already checked.
 
@@ -265,6 +264,40 @@ int InfoExists(Tcl_Interp* interp, int /*objc*/, Tcl_Obj* const objv[]) {
   return TCL_OK;
 }
 
+// Owns: `*names` is fresh, null when the list could not be made (with a
+// message).
+zel_TError SortedMethodNames(Tcl_Interp* interp, zelTcl_TClass* theClass,
+                             Tcl_Obj** names) {
+  zelTcl_TMethodSet methods;
+  zelTcl_TNames sorted;
+  zel_TError error = methods.Collect(theClass);
+  if (error == zel_kErrorNone) {
+    error = sorted.Reserve(methods.Count());
+  }
+  if (error == zel_kErrorNone) {
+    for (const zelTcl_TMethod* method : methods) {
+      sorted.Add(method->StringName(), method->NameObj());
+    }
+    sorted.Sort();
+    *names = sorted.NewListObj();
+    if (*names == nullptr) {
+      zelTcl_Obj_ReportList(interp);
+    }
+  }
+  return error;
+}
+
+zel_TError PrefixedMethodNames(Tcl_Interp* interp, zelTcl_TClass* theClass,
+                               Tcl_Obj** names) {
+  zel_TList* methods = nullptr;
+  const zel_TError error = theClass->FullMethodList(&methods, 1);
+  if (error == zel_kErrorNone) {
+    (void)zelTcl_Obj_ListToObj(interp, methods, names);
+    zelTcl_Obj_DeleteTextList(methods);
+  }
+  return error;
+}
+
 // zelObject info methods (<class_name>|<object_name>) ?superclass_prefix?
 int InfoMethods(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
   zelTcl_TClass* const theClass = ClassOrObjectsClass(interp, objv[3], "named");
@@ -274,19 +307,18 @@ int InfoMethods(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
        Tcl_GetBooleanFromObj(interp, objv[4], &withPrefix) != TCL_OK)) {
     return TCL_ERROR;
   }
-  zel_TList* methods = nullptr;
-  const zel_TError error = theClass->FullMethodList(&methods, withPrefix);
+  Tcl_Obj* names = nullptr;
+  const zel_TError error = withPrefix != 0
+                               ? PrefixedMethodNames(interp, theClass, &names)
+                               : SortedMethodNames(interp, theClass, &names);
   if (error != zel_kErrorNone) {
     AppendFoundationError(interp, "could not create method list: ", error);
+  }
+  if (names == nullptr) {
     return TCL_ERROR;
   }
-  Tcl_Obj* names = nullptr;
-  const int code = zelTcl_Obj_ListToObj(interp, methods, &names);
-  if (code == TCL_OK) {
-    Tcl_SetObjResult(interp, names);
-  }
-  zelTcl_Obj_DeleteTextList(methods);
-  return code;
+  Tcl_SetObjResult(interp, names);
+  return TCL_OK;
 }
 
 // zelObject info objects ?<class_name>?
@@ -364,8 +396,7 @@ int zelTclObjInfoCmd(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
              : TCL_ERROR;
 }
 
-// ---- zelObject profile
-// ----------------------------------------------------------
+// ---- zelObject profile ------------------------------------------------------
 
 // zelObject profile start|stop
 int zelTclObjProfileCmd(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
