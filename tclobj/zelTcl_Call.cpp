@@ -64,9 +64,10 @@ zelTcl_TCall* zelTcl_TCall::Begin(Tcl_Interp* interp, zelTcl_TMethod* method,
   }
   if (call != nullptr) {
     call->words = call->room;
-    if (objc > kRoom &&
-        zel_Malloc(call->words, static_cast<unsigned>(objc + kHidden)) !=
-            zel_kErrorNone) {
+    if (objc > kRoom) {
+      (void)zel_Malloc(call->words, static_cast<unsigned>(objc + kHidden));
+    }
+    if (call->words == nullptr) {
       zel_Delete(call);
     }
   }

@@ -460,7 +460,8 @@ bool IsWord(const char* name) {
 
 char* CopyText(const char* text, std::size_t length) {
   char* copy = nullptr;
-  if (zel_Malloc(copy, static_cast<unsigned>(length + 1)) == zel_kErrorNone) {
+  (void)zel_Malloc(copy, static_cast<unsigned>(length + 1));
+  if (copy != nullptr) {
     memcpy(copy, text, length + 1);
   }
   return copy;
@@ -535,9 +536,9 @@ char* zelTcl_Obj_NewText(const char* first, const char* second,
   const char* const pieces[] = {first, second, third};
   const std::size_t lengths[] = {strlen(first), strlen(second), strlen(third)};
   char* text = nullptr;
-  if (zel_Malloc(text, static_cast<unsigned>(lengths[0] + lengths[1] +
-                                             lengths[2] + 1)) ==
-      zel_kErrorNone) {
+  (void)zel_Malloc(
+      text, static_cast<unsigned>(lengths[0] + lengths[1] + lengths[2] + 1));
+  if (text != nullptr) {
     char* end = text;
     for (int i = 0; i < 3; ++i) {
       memcpy(end, pieces[i], lengths[i]);
