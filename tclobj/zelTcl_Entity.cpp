@@ -170,6 +170,16 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
     zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
     return false;
   }
+  if (strcmp(names.string, stringName) == 0) {
+    return true;
+  }
+  // An earlier rename to a name that no array can have may have left another
+  // entity registered under a name that its command has lost.
+  if (Tcl_FindHashEntry(table, names.string) != nullptr) {
+    ReportNameTaken(names.string);
+    zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
+    return false;
+  }
   if (!MoveArray(interp, names.string) || IsGone()) {
     return false;
   }
@@ -185,10 +195,7 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
   Tcl_HashEntry* const newEntry =
       Tcl_CreateHashEntry(table, names.string, &isNew);
   if (isNew == 0) {
-    fprintf(stderr,
-            "PANIC: new name already exist in the the string to pointer hash "
-            "entry while renaming %s \"%s\" to \"%s\"\n",
-            typeString, stringName, names.string);
+    ReportNameTaken(names.string);  // by a trace, just now
     return false;
   }
   Tcl_SetHashValue(newEntry, this);
@@ -198,6 +205,13 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
   std::swap(protectedString, names.quoted);
   SetNameObj(Tcl_NewStringObj(stringName, -1));
   return true;
+}
+
+void zelTcl_TEntity::ReportNameTaken(const char* newName) const {
+  fprintf(stderr,
+          "PANIC: new name already exist in the the string to pointer hash "
+          "entry while renaming %s \"%s\" to \"%s\"\n",
+          typeString, stringName, newName);
 }
 
 // Moves the global array from the present name to the new one, over whatever

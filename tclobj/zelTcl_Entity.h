@@ -135,6 +135,7 @@ class zelTcl_TEntity {
   void DropArrayVar();
   bool MoveArray(Tcl_Interp* interp, const char* newName);
   bool FollowName(Tcl_Interp* interp, const char* newName);
+  void ReportNameTaken(const char* newName) const;
 
   int refCount = 1;         // see the head of this file
   bool lifeEnded = false;   // the life reference has been dropped
