@@ -168,13 +168,13 @@ class zelTcl_TClass final : public zelTcl_TEntity {
   zelTcl_TClass* firstSuperclass = nullptr;  // head of `superclasses`
   std::uint64_t filter = 0;                  // a bit for each bucket in use
   bool ending = false;                       // Dispose has begun
-  static constexpr unsigned kNbBuckets = 64;
-  zelTcl_TMethod* buckets[kNbBuckets] = {};  // methods by hash of the name
-
   // The walk that has visited this class last, and its way back from here.
   std::uint64_t walkSerial = 0;
   zelTcl_TClass* walkFrom = nullptr;
   zel_TListElem* walkNext = nullptr;
+
+  static constexpr unsigned kNbBuckets = 64;
+  zelTcl_TMethod* buckets[kNbBuckets] = {};  // methods by hash of the name
 };
 
 // The methods that an object of a class can call, each name once: those of the
