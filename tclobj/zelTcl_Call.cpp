@@ -179,7 +179,7 @@ int zelTcl_TCall::Start(Tcl_Interp* interp) {
   }
   if (hook) {
     zelTcl_Internal_HookEnd(interp, EndNR, this);
-  } else {
+  } else if (kFastPaths) {
     zelTcl_Internal_RecognizeEnd(interp, words[0]);
   }
   return TCL_OK;

@@ -83,8 +83,7 @@ class zelTcl_TClass::TWalk {
 
  private:
   static zel_TListElem* FirstSuperclass(const zelTcl_TClass* theClass) {
-    return theClass->superclasses == nullptr ? nullptr
-                                             : theClass->superclasses->Head();
+    return theClass->superclasses->Head();
   }
 
   std::uint64_t serial_ = 0;
@@ -394,15 +393,10 @@ int zelTcl_TClass::Inherit(Tcl_Interp* interp, zelTcl_TClass* superclass) {
 }
 
 void zelTcl_TClass::DeInherit(zelTcl_TClass* superclass) {
-  if (superclasses != nullptr) {
-    superclasses->RemoveValue(superclass);
-    firstSuperclass = superclasses->Head() == nullptr
-                          ? nullptr
-                          : ClassOf(superclasses->Head());
-  }
-  if (superclass->specializations != nullptr) {
-    superclass->specializations->RemoveValue(this);
-  }
+  superclasses->RemoveValue(superclass);
+  firstSuperclass =
+      superclasses->Head() == nullptr ? nullptr : ClassOf(superclasses->Head());
+  superclass->specializations->RemoveValue(this);
 }
 
 void zelTcl_TClass::RegisterMethod(zelTcl_TMethod* method) {
@@ -477,28 +471,28 @@ void zelTcl_TClass::DisposeObjects() {
   while (objectList != nullptr && objectList->Head() != nullptr) {
     static_cast<zelTcl_TObject*>(objectList->Head()->Value())->Retire();
   }
-  zel_TestDisposeAndDelete(objectList);
 }
 
 void zelTcl_TClass::DisposeLinks() {
   while (superclasses != nullptr && superclasses->Head() != nullptr) {
     DeInherit(ClassOf(superclasses->Head()));
   }
-  zel_TestDisposeAndDelete(superclasses);
   while (specializations != nullptr && specializations->Head() != nullptr) {
     ClassOf(specializations->Head())->DeInherit(this);
   }
-  zel_TestDisposeAndDelete(specializations);
 }
 
 void zelTcl_TClass::DisposeMethods() {
-  if (methodTableReady == 0) {
-    return;
+  while (NbMethods() != 0) {
+    zelTcl_FirstHashValue<zelTcl_TMethod>(&methodTable)->Retire();
   }
-  while (auto* const method =
-             zelTcl_FirstHashValue<zelTcl_TMethod>(&methodTable)) {
-    method->Retire();
+}
+
+zelTcl_TClass::~zelTcl_TClass() {
+  zel_TestDisposeAndDelete(objectList);
+  zel_TestDisposeAndDelete(superclasses);
+  zel_TestDisposeAndDelete(specializations);
+  if (methodTableReady != 0) {
+    Tcl_DeleteHashTable(&methodTable);
   }
-  Tcl_DeleteHashTable(&methodTable);
-  methodTableReady = 0;
 }

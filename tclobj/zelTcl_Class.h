@@ -10,7 +10,8 @@
 //    the table is in the bucket of its name's hash.
 // 4. `firstSuperclass` is the value of the head of `superclasses`.
 // 5. A class that is being disposed takes no new object, method or link, so its
-//    lists only shrink and disposal ends.
+//    lists only shrink and disposal ends. They stay, empty, as long as the
+//    record: scripts can still ask for them.
 //
 // Walks up the graph visit each class once, in depth-first pre-order: the first
 // encounter decides, and a class met again by another path has nothing new to
@@ -136,7 +137,6 @@ class zelTcl_TClass final : public zelTcl_TEntity {
   // True iff Dispose has begun.
   bool IsEnding() const { return ending; }
 
-  // Not to be walked while there are none: a class on its way out has no table.
   Tcl_HashTable* MethodTable() { return &methodTable; }
   unsigned NbMethods() const {
     return methodTableReady != 0 ? static_cast<unsigned>(methodTable.numEntries)
@@ -149,7 +149,7 @@ class zelTcl_TClass final : public zelTcl_TEntity {
   friend class zelTcl_TMethodSet;
   class TWalk;
 
-  ~zelTcl_TClass() = default;
+  ~zelTcl_TClass();
   void Free() override { delete this; }
 
   zelTcl_TObject* NewObject(Tcl_Interp* interp, int objc,

@@ -1,4 +1,4 @@
-// Move-only owners for what the object system borrows from Tcl: counted values,
+// Owners for what the object system borrows from Tcl: counted values,
 // dynamic strings, saved interpreter states, and counted records of our own.
 // With them no early return needs a clean-up of its own.
 
