@@ -87,10 +87,10 @@ zelTcl_TCall* zelTcl_TCall::Begin(Tcl_Interp* interp, zelTcl_TMethod* method,
   call->fromClassCommand = fromClassCommand;
   call->objc = objc + kHidden;
   call->frame = nullptr;
-  call->words[0] = method->fullNameObj;
+  call->words[0] = method->FullNameObj();
   call->words[1] = object->NameObj();
   call->words[2] = method->definingClass->NameObj();
-  call->words[3] = method->nameObj;
+  call->words[3] = method->NameObj();
   // The other two are the method's for as long as the record is.
   Tcl_IncrRefCount(call->words[1]);
   Tcl_IncrRefCount(call->words[2]);

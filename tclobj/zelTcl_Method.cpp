@@ -52,6 +52,18 @@ bool IsLinkName(const char* name) {
   return false;
 }
 
+// A fresh value of exactly the size: appending would leave room to grow.
+Tcl_Obj* JoinText(const char* first, Tcl_Obj* second) {
+  const std::size_t firstLength = strlen(first);
+  int length = 0;
+  const char* const text = Tcl_GetStringFromObj(second, &length);
+  Tcl_Obj* const joined = Tcl_NewObj();
+  Tcl_SetObjLength(joined, static_cast<int>(firstLength) + length);
+  memcpy(joined->bytes, first, firstLength);
+  memcpy(joined->bytes + firstLength, text, static_cast<std::size_t>(length));
+  return joined;
+}
+
 // The parameter list with the three hidden parameters in front.
 // Returns: a fresh value, or null with Tcl's list error in the result.
 Tcl_Obj* WithHiddenParams(Tcl_Interp* interp, Tcl_Obj* params) {
@@ -99,7 +111,7 @@ int zelTcl_TMethod::Build(Tcl_Interp* interp, Tcl_Obj* const objv[]) {
     return TCL_ERROR;
   }
   nameHash = zelTcl_TMethodKey(stringName).hash;
-  zelTcl_SetObj(&nameObj, Tcl_NewStringObj(stringName, -1));
+  zelTcl_SetObj(&nameObj, objv[2]);
   const char* const className = definingClass->StringName();
   fullName = zelTcl_Obj_NewText(className, "::", stringName);
   if (fullName == nullptr) {
@@ -107,7 +119,6 @@ int zelTcl_TMethod::Build(Tcl_Interp* interp, Tcl_Obj* const objv[]) {
                      "::", stringName, "\": no more memory", nullptr);
     return TCL_ERROR;
   }
-  zelTcl_SetObj(&fullNameObj, Tcl_NewStringObj(fullName, -1));
   if (strcmp(stringName, "destructor") == 0) {
     int nbParams = 0;
     if (Tcl_ListObjLength(interp, objv[3], &nbParams) != TCL_OK) {
@@ -124,8 +135,7 @@ int zelTcl_TMethod::Build(Tcl_Interp* interp, Tcl_Obj* const objv[]) {
 
 int zelTcl_TMethod::MakeProc(Tcl_Interp* interp, const char* prologue,
                              Tcl_Obj* params, Tcl_Obj* text, Proc** made) {
-  const zelTcl_TObjRef code(Tcl_NewStringObj(prologue, -1));
-  Tcl_AppendObjToObj(code.get(), text);
+  const zelTcl_TObjRef code(JoinText(prologue, text));
   const zelTcl_TObjRef all(WithHiddenParams(interp, params));
   return all.get() == nullptr
              ? TCL_ERROR

@@ -80,6 +80,14 @@ class zelTcl_TMethod final {
   Tcl_Obj* Args();
   const char* StringName() const { return stringName; }
   Tcl_Obj* NameObj() const { return nameObj; }
+  // Made at the first call.
+  Tcl_Obj* FullNameObj() {
+    if (fullNameObj == nullptr) {
+      fullNameObj = Tcl_NewStringObj(fullName, -1);
+      Tcl_IncrRefCount(fullNameObj);
+    }
+    return fullNameObj;
+  }
   const char* ProtectedString() const { return protectedString; }
   zelTcl_TClass* Class() const { return definingClass; }
   Tcl_Obj* Body() const { return body; }
