@@ -27,10 +27,7 @@ struct TNewNames {
   TNewNames() = default;
   TNewNames(const TNewNames&) = delete;
   TNewNames& operator=(const TNewNames&) = delete;
-  ~TNewNames() {
-    zel_TestAndFree(string);
-    zel_TestAndFree(quoted);
-  }
+  ~TNewNames() { zelTcl_Obj_FreeStringNames(&string, &quoted); }
   char* string = nullptr;
   char* quoted = nullptr;
 };
@@ -292,8 +289,7 @@ void zelTcl_TEntity::Dispose() {
     registered = 0;
   }
   zelTcl_SetObj(&nameObj, nullptr);
-  zel_TestAndFree(protectedString);
-  zel_TestAndFree(stringName);
+  zelTcl_Obj_FreeStringNames(&stringName, &protectedString);
 }
 
 void zelTcl_TEntity::Retire() {

@@ -233,8 +233,7 @@ zelTcl_TMethod::~zelTcl_TMethod() {
   }
   zelTcl_SetObj(&nameObj, nullptr);
   zelTcl_SetObj(&fullNameObj, nullptr);
-  zel_TestAndFree(protectedString);
-  zel_TestAndFree(stringName);
+  zelTcl_Obj_FreeStringNames(&stringName, &protectedString);
   zel_TestAndFree(fullName);
   if (definingClass != nullptr) {
     definingClass->Release();

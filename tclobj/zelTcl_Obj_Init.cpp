@@ -468,11 +468,7 @@ char* CopyText(const char* text, std::size_t length) {
 }
 
 char* CopyAsElement(const char* name) {
-  const std::size_t length = strlen(name);
-  if (IsWord(name)) {
-    return CopyText(name, length);
-  }
-  Tcl_Obj* const element = Tcl_NewStringObj(name, static_cast<int>(length));
+  Tcl_Obj* const element = Tcl_NewStringObj(name, -1);
   const zelTcl_TObjRef list(Tcl_NewListObj(1, &element));
   int listLength = 0;
   const char* const text = Tcl_GetStringFromObj(list.get(), &listLength);
@@ -552,7 +548,8 @@ char* zelTcl_Obj_NewText(const char* first, const char* second,
 int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
                                  char** protectedString, Tcl_Interp* interp) {
   char* string = CopyText(name, strlen(name));
-  char* quoted = string == nullptr ? nullptr : CopyAsElement(name);
+  char* quoted =
+      string == nullptr || IsWord(name) ? string : CopyAsElement(name);
   if (quoted == nullptr) {
     zel_TestAndFree(string);
     if (interp != nullptr) {
@@ -561,11 +558,18 @@ int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
     }
     return 1;
   }
-  zel_TestAndFree(*stringName);
-  zel_TestAndFree(*protectedString);
+  zelTcl_Obj_FreeStringNames(stringName, protectedString);
   *stringName = string;
   *protectedString = quoted;
   return 0;
+}
+
+void zelTcl_Obj_FreeStringNames(char** stringName, char** protectedString) {
+  if (*protectedString == *stringName) {
+    *protectedString = nullptr;
+  }
+  zel_TestAndFree(*protectedString);
+  zel_TestAndFree(*stringName);
 }
 
 // ---- Variables --------------------------------------------------------------

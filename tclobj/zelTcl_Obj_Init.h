@@ -102,13 +102,17 @@ void zelTcl_Obj_DeregisterEntity(zelTcl_TEntity* entity);
 // Returns: a new text for zel_Free; null when memory ran out.
 char* zelTcl_Obj_NewText(const char* first, const char* second,
                          const char* third);
-// Makes the two texts of a name: itself, and the name as one list element.
+// Makes the two texts of a name: itself, and the name as one list element. They
+// are one and the same text where the name needs no quoting.
 // Returns: 0 with both replaced (what they held is freed), or 1 with both kept.
-// Owns: the caller, zel_Free.
+// Owns: the caller, zelTcl_Obj_FreeStringNames.
 // Errors, only with an interpreter:
 //   could not create string names for "NAME": not enough memory
 int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
                                  char** protectedString, Tcl_Interp* interp);
+
+// Frees the two texts of a name, where set, and clears both.
+void zelTcl_Obj_FreeStringNames(char** stringName, char** protectedString);
 
 // ---- Variables --------------------------------------------------------------
 
