@@ -432,17 +432,12 @@ void zelTcl_TClass::DeregisterMethod(zelTcl_TMethod* method) {
   }
 }
 
-zel_TListElem* zelTcl_TClass::RegisterObject(zelTcl_TObject* object) {
-  zel_TListElem* element = nullptr;
-  if (objectList->AppendValue(object, &element) != zel_kErrorNone) {
-    fputs("PANIC: can't register an instance to its class: no more memory\n",
-          stderr);
-  }
-  return element;
+void zelTcl_TClass::RegisterObject(zel_TListElem* element) {
+  objectList->AppendElem(element);
 }
 
 void zelTcl_TClass::DeregisterObject(zel_TListElem* element) {
-  zel_DisposeAndDelete(element);
+  objectList->RemoveElem(element);
 }
 
 // ---- The end ----------------------------------------------------------------

@@ -129,9 +129,9 @@ class zelTcl_TClass final : public zelTcl_TEntity {
   // Enters a method, retiring the one that has its name.
   void RegisterMethod(zelTcl_TMethod* method);
   void DeregisterMethod(zelTcl_TMethod* method);
-  // Returns: the object's element in the list, null when memory ran out (after
-  // a line on the standard error stream).
-  zel_TListElem* RegisterObject(zelTcl_TObject* object);
+  // Enters an object at the end of the list, or takes it out, by the element
+  // that the object itself keeps: both take constant time and no memory.
+  void RegisterObject(zel_TListElem* element);
   void DeregisterObject(zel_TListElem* element);
 
   // True iff Dispose has begun.

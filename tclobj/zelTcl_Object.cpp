@@ -48,8 +48,10 @@ int zelTcl_TObject::BeginConstruction(Tcl_Interp* interp,
         interp, Tcl_NewStringObj("too many args: there is no constructor", -1));
     return TCL_ERROR;
   }
-  classElement = objectClass->RegisterObject(this);
-  registeredInClass = classElement != nullptr ? 1 : 0;
+  (void)classElement.Init();  // cannot fail
+  classElement.value = this;
+  objectClass->RegisterObject(&classElement);
+  registeredInClass = 1;
   destructorPending = 1;
   if (*constructor == nullptr) {
     state = zelTcl_kReady;
@@ -294,8 +296,7 @@ void zelTcl_TObject::Dispose() {
   }
   if (registeredInClass != 0) {
     registeredInClass = 0;
-    objectClass->DeregisterObject(classElement);
-    classElement = nullptr;
+    objectClass->DeregisterObject(&classElement);
   }
   zelTcl_TEntity::Dispose();
 }

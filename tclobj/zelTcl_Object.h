@@ -97,7 +97,7 @@ class zelTcl_TObject final : public zelTcl_TEntity {
   int destructorPending = 0;             // 1 from registration to destruction
   int beingDestructed = 0;               // set by the first Destruct
 
-  zel_TListElem* classElement = nullptr;  // our element in the class's list
+  zel_TListElem classElement;   // our place in that list
   Tcl_Obj* leftName = nullptr;  // last name, when disposed in the destructor
   bool inDestructor = false;    // the destructor is running
 };
