@@ -14,6 +14,7 @@ const char* const zelTcl_kEntityTypeStrings[2] = {"class", "object"};
 
 namespace {
 
+constexpr char cCommandExists[] = "a command with that name already exists";
 constexpr char cUnloaded[] = "the object system has been unloaded";
 
 // Tcl reports qualified names; the entities of the global namespace do without
@@ -72,7 +73,7 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
                 "");
   }
   if (zelTcl_Internal_GlobalCommandExists(interp, stringName)) {
-    return Fail(interp, "a command with that name already exists", "", "");
+    return Fail(interp, cCommandExists, "", "");
   }
   zelTcl_TDString commandName;
   if (!simpleName && strncmp(stringName, "::", 2) != 0) {
@@ -81,6 +82,9 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
     commandName.Append("::");
   }
   commandName.Append(stringName);
+  if (!simpleName && MakeWay(interp, commandName.Value()) != 0) {
+    return 1;
+  }
   Preserve();  // for the command
   command = zelTcl_Obj_CreateCommand(
       interp, commandName.Value(), zelTcl_EntityCmdHandler,
@@ -89,20 +93,32 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
     Release();
     return Fail(interp, "failed to create the ", typeString, " command");
   }
-  // The end of a command that a qualified name has replaced may have run a
-  // script.
+  zelTcl_Obj_RegisterEntity(this);
+  registered = 1;
+  zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
+  return TCL_OK;
+}
+
+// A qualified name takes over the command that bears it. That command goes
+// before ours is made: Tcl would make away with whatever a script run by its
+// end puts in its place.
+int zelTcl_TEntity::MakeWay(Tcl_Interp* interp, const char* commandName) {
+  const Tcl_Command replaced =
+      Tcl_FindCommand(interp, commandName, nullptr, TCL_GLOBAL_ONLY);
+  if (replaced == nullptr) {
+    return 0;
+  }
+  (void)Tcl_DeleteCommandFromToken(interp, replaced);
   if (zelTcl_Obj_Interp() == nullptr) {
-    (void)Tcl_DeleteCommandFromToken(interp, command);
-    command = nullptr;
     return Fail(interp, cUnloaded, "", "");
   }
   if (zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr) {
     return Fail(interp, "a ", typeString, " with that name already exists");
   }
-  zelTcl_Obj_RegisterEntity(this);
-  registered = 1;
-  zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
-  return TCL_OK;
+  return Tcl_FindCommand(interp, commandName, nullptr, TCL_GLOBAL_ONLY) ==
+                 nullptr
+             ? 0
+             : Fail(interp, cCommandExists, "", "");
 }
 
 int zelTcl_TEntity::Fail(Tcl_Interp* interp, const char* ending,
@@ -170,10 +186,10 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
   if (strcmp(names.string, stringName) == 0) {
     return true;
   }
-  // An earlier rename to a name that no array can have may have left another
-  // entity registered under a name that its command has lost.
+  // Another entity may be registered under a name that its command has lost: in
+  // its constructor, or by a rename to a name that no array can have. Then this
+  // one keeps its own for the time being.
   if (Tcl_FindHashEntry(table, names.string) != nullptr) {
-    ReportNameTaken(names.string);
     zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
     return false;
   }
@@ -192,7 +208,10 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
   Tcl_HashEntry* const newEntry =
       Tcl_CreateHashEntry(table, names.string, &isNew);
   if (isNew == 0) {
-    ReportNameTaken(names.string);  // by a trace, just now
+    fprintf(stderr,
+            "PANIC: new name already exist in the the string to pointer hash "
+            "entry while renaming %s \"%s\" to \"%s\"\n",
+            typeString, stringName, names.string);
     return false;
   }
   Tcl_SetHashValue(newEntry, this);
@@ -202,13 +221,6 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
   std::swap(protectedString, names.quoted);
   SetNameObj(Tcl_NewStringObj(stringName, -1));
   return true;
-}
-
-void zelTcl_TEntity::ReportNameTaken(const char* newName) const {
-  fprintf(stderr,
-          "PANIC: new name already exist in the the string to pointer hash "
-          "entry while renaming %s \"%s\" to \"%s\"\n",
-          typeString, stringName, newName);
 }
 
 // Moves the global array from the present name to the new one, over whatever
@@ -264,6 +276,11 @@ void zelTcl_TEntity::DropArrayVar() {
 }
 
 // ---- The end ----------------------------------------------------------------
+
+void zelTcl_TEntity::CommandGoing(Tcl_Interp* interp) {
+  zelTcl_Internal_RemoveRenameTrace(interp, command,
+                                    zelTcl_EntityRenameCallback, this);
+}
 
 void zelTcl_TEntity::CommandDeleted() {
   if (state == zelTcl_kReady) {
@@ -322,5 +339,9 @@ void zelTcl_EntityDeleteCmdHandler(ClientData clientData) {
 void zelTcl_EntityRenameCallback(ClientData clientData, Tcl_Interp* interp,
                                  const char* oldName, const char* newName,
                                  int flags) {
-  EntityOf(clientData)->Rename(interp, oldName, newName, flags);
+  if ((flags & TCL_TRACE_DELETE) != 0) {
+    EntityOf(clientData)->CommandGoing(interp);
+  } else {
+    EntityOf(clientData)->Rename(interp, oldName, newName, flags);
+  }
 }

@@ -78,6 +78,8 @@ class zelTcl_TEntity {
   // Re-entry: traces on the two arrays run scripts.
   void Rename(Tcl_Interp* interp, const char* oldName, const char* newName,
               int flags);
+  // Tcl is about to delete the command: takes our trace off it.
+  void CommandGoing(Tcl_Interp* interp);
   // Tcl is deleting the command.
   void CommandDeleted();
 
@@ -130,12 +132,12 @@ class zelTcl_TEntity {
  private:
   int Fail(Tcl_Interp* interp, const char* ending, const char* word,
            const char* rest);
+  int MakeWay(Tcl_Interp* interp, const char* commandName);
   void SetNameObj(Tcl_Obj* name);
   Var* FindArrayVar(Tcl_Interp* interp);
   void DropArrayVar();
   bool MoveArray(Tcl_Interp* interp, const char* newName);
   bool FollowName(Tcl_Interp* interp, const char* newName);
-  void ReportNameTaken(const char* newName) const;
 
   int refCount = 1;         // see the head of this file
   bool lifeEnded = false;   // the life reference has been dropped

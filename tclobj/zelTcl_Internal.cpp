@@ -149,7 +149,12 @@ void ReleaseLocals(CallFrame* frame) {
       all = false;
     }
   }
-  if (all) {
+  // With no locals left, the core lets go of neither them nor the table of
+  // their names; its last reference it must drop itself.
+  if (all && frame->numCompiledLocals > 0 &&
+      frame->localCachePtr->refCount > 1) {
+    frame->localCachePtr->refCount--;
+    frame->localCachePtr = nullptr;
     frame->numCompiledLocals = 0;
   }
 }
@@ -221,7 +226,7 @@ void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
       static_cast<void*>(ckalloc(sizeof(CommandTrace))));
   trace->traceProc = proc;
   trace->clientData = clientData;
-  trace->flags = TCL_TRACE_RENAME;
+  trace->flags = TCL_TRACE_RENAME | TCL_TRACE_DELETE;
   trace->nextPtr = traced->tracePtr;
   trace->refCount = 1;
   traced->tracePtr = trace;
@@ -310,7 +315,10 @@ void zelTcl_Internal_DeleteProc(Proc* proc) {
 // their calls in any order, and then at worst name the other object.
 void zelTcl_Internal_EnterProc(Tcl_Interp* interp, Proc* proc,
                                Tcl_Command command, zelTcl_TProcLease* lease) {
-  Command* const mine = command != nullptr ? Private(command) : &gNoCommand;
+  // The namespace of a command that has left its table may be gone as well.
+  Command* const mine = command != nullptr && Private(command)->hPtr != nullptr
+                            ? Private(command)
+                            : &gNoCommand;
   if (mine == &gNoCommand) {
     gNoCommand.nsPtr = GlobalNamespace(interp);
   }

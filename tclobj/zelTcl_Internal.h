@@ -43,7 +43,9 @@ bool zelTcl_Internal_CanReturnEarly();
 // no resolution, no auto-loading, so a qualified name never matches.
 bool zelTcl_Internal_GlobalCommandExists(Tcl_Interp* interp, const char* name);
 // Attaches `proc` as a TCL_TRACE_RENAME trace to the command itself, whatever
-// name it has or namespace is current.
+// name it has or namespace is current. It is called with TCL_TRACE_DELETE, too,
+// and has to remove itself then: Tcl frees the traces of a command that goes
+// while a walk over them, for a rename under way, still points to the next one.
 void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc,
                                     ClientData clientData);
