@@ -455,6 +455,10 @@ void zelTcl_TClass::Dispose() {
     (void)Tcl_UnsetVar(zelTcl_Obj_Interp(), stringName, TCL_GLOBAL_ONLY);
   }
   DisposeObjects();
+  if (superclasses != nullptr && stringName != nullptr) {
+    // Destructors that count the objects have made the array anew.
+    (void)Tcl_UnsetVar(zelTcl_Obj_Interp(), stringName, TCL_GLOBAL_ONLY);
+  }
   DisposeLinks();
   DisposeMethods();
   zelTcl_TEntity::Dispose();

@@ -41,6 +41,18 @@ zelTcl_TEntity* EntityOf(ClientData clientData) {
   return static_cast<zelTcl_TEntity*>(clientData);
 }
 
+// While a rename is under way, Tcl finds the command by its old name as well,
+// even when a script run there has deleted it.
+bool RefuseDisposed(Tcl_Interp* interp, const zelTcl_TEntity* entity,
+                    Tcl_Obj* const objv[]) {
+  if (entity->NameObj() != nullptr) {
+    return false;
+  }
+  Tcl_AppendResult(interp, "invalid command name \"", Tcl_GetString(objv[0]),
+                   "\"", nullptr);
+  return true;
+}
+
 }  // namespace
 
 // ---- Creation ---------------------------------------------------------------
@@ -65,7 +77,7 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
     Dispose();
     return 1;
   }
-  if (zelTcl_Obj_Interp() == nullptr) {  // by a redefined helper procedure
+  if (!zelTcl_Obj_Serves()) {  // ended by a redefined helper procedure
     return Fail(interp, cUnloaded, "", "");
   }
   if (exists != 0) {
@@ -108,8 +120,11 @@ int zelTcl_TEntity::MakeWay(Tcl_Interp* interp, const char* commandName) {
   if (replaced == nullptr) {
     return 0;
   }
+  if (zelTcl_Internal_IsBeingDeleted(replaced)) {
+    return Fail(interp, cCommandExists, "", "");
+  }
   (void)Tcl_DeleteCommandFromToken(interp, replaced);
-  if (zelTcl_Obj_Interp() == nullptr) {
+  if (!zelTcl_Obj_Serves()) {
     return Fail(interp, cUnloaded, "", "");
   }
   if (zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr) {
@@ -223,6 +238,12 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
   return true;
 }
 
+bool zelTcl_TEntity::IsTaken(const char* name) {
+  const zelTcl_TObjRef value(Tcl_NewStringObj(name, -1));
+  return zelTcl_Obj_ClassFromTclObj(value.get(), nullptr) != nullptr ||
+         zelTcl_Obj_ObjectFromTclObj(value.get(), nullptr) != nullptr;
+}
+
 // Moves the global array from the present name to the new one, over whatever
 // variable is there.
 // Returns: false where a helper procedure failed; the array is still under the
@@ -233,6 +254,9 @@ bool zelTcl_TEntity::MoveArray(Tcl_Interp* interp, const char* newName) {
     return false;
   }
   if (exists != 0) {
+    if (IsTaken(newName)) {
+      return false;
+    }
     (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
   }
   // From here on, traces may have ended the entity and freed its names.
@@ -252,6 +276,9 @@ bool zelTcl_TEntity::MoveArray(Tcl_Interp* interp, const char* newName) {
     // It went with its old array; the copy must not stay behind.
     (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
     return false;
+  }
+  if (IsTaken(newName)) {
+    return false;  // by a trace on the elements
   }
   (void)Tcl_UnsetVar(interp, old, TCL_GLOBAL_ONLY);
   return true;
@@ -283,6 +310,7 @@ void zelTcl_TEntity::CommandGoing(Tcl_Interp* interp) {
 }
 
 void zelTcl_TEntity::CommandDeleted() {
+  commandGoing = true;
   if (state == zelTcl_kReady) {
     Retire();
   } else if (state == zelTcl_kInitialising) {
@@ -297,7 +325,9 @@ void zelTcl_TEntity::Dispose() {
     Tcl_Interp* const interp = zelTcl_Obj_Interp();
     zelTcl_Internal_RemoveRenameTrace(interp, command,
                                       zelTcl_EntityRenameCallback, this);
-    (void)Tcl_DeleteCommandFromToken(interp, command);
+    if (!commandGoing) {
+      (void)Tcl_DeleteCommandFromToken(interp, command);
+    }
     command = nullptr;
   }
   DropArrayVar();
@@ -322,18 +352,26 @@ void zelTcl_TEntity::Retire() {
 
 int zelTcl_EntityCmdHandler(ClientData clientData, Tcl_Interp* interp, int objc,
                             Tcl_Obj* const objv[]) {
-  return EntityOf(clientData)->CommandHandler(interp, objc, objv);
+  zelTcl_TEntity* const entity = EntityOf(clientData);
+  return RefuseDisposed(interp, entity, objv)
+             ? TCL_ERROR
+             : entity->CommandHandler(interp, objc, objv);
 }
 
 int zelTcl_EntityCmdHandlerNR(ClientData clientData, Tcl_Interp* interp,
                               int objc, Tcl_Obj* const objv[]) {
-  return EntityOf(clientData)->CommandHandlerNR(interp, objc, objv);
+  zelTcl_TEntity* const entity = EntityOf(clientData);
+  return RefuseDisposed(interp, entity, objv)
+             ? TCL_ERROR
+             : entity->CommandHandlerNR(interp, objc, objv);
 }
 
 void zelTcl_EntityDeleteCmdHandler(ClientData clientData) {
   zelTcl_TEntity* const entity = EntityOf(clientData);
-  entity->CommandDeleted();
-  entity->Release();  // the command's reference
+  if (!entity->IsCommandGoing()) {
+    entity->CommandDeleted();
+    entity->Release();  // the command's reference
+  }
 }
 
 void zelTcl_EntityRenameCallback(ClientData clientData, Tcl_Interp* interp,

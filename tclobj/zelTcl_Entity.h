@@ -92,6 +92,7 @@ class zelTcl_TEntity {
       Free();
     }
   }
+  bool IsCommandGoing() const { return commandGoing; }
   // True iff Dispose has begun to take the entity's name away.
   bool IsGone() const { return state == zelTcl_kDisposing; }
 
@@ -116,6 +117,8 @@ class zelTcl_TEntity {
  protected:
   zelTcl_TEntity() = default;
   ~zelTcl_TEntity() = default;
+  // True iff an entity of either type bears the name.
+  static bool IsTaken(const char* name);
   // Deletes the record as the type it is.
   virtual void Free() = 0;
 
@@ -139,10 +142,11 @@ class zelTcl_TEntity {
   bool MoveArray(Tcl_Interp* interp, const char* newName);
   bool FollowName(Tcl_Interp* interp, const char* newName);
 
-  int refCount = 1;         // see the head of this file
-  bool lifeEnded = false;   // the life reference has been dropped
-  bool simpleName = false;  // a name that upvar takes for a plain variable
-  Var* arrayVar = nullptr;  // the global array, held; see ArrayVar
+  int refCount = 1;           // see the head of this file
+  bool commandGoing = false;  // Tcl has called the delete procedure
+  bool lifeEnded = false;     // the life reference has been dropped
+  bool simpleName = false;    // a name that upvar takes for a plain variable
+  Var* arrayVar = nullptr;    // the global array, held; see ArrayVar
 };
 
 // Tcl's callbacks; the client data is the entity.

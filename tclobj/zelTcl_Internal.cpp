@@ -172,7 +172,7 @@ int HookedEnd(ClientData data[], Tcl_Interp* interp, int result) {
 bool LocalIsNamed(const CallFrame* frame, int slot, const char* name,
                   Tcl_Obj** known) {
   Tcl_Obj* const actual = localName(frame, slot);
-  if (actual == *known) {
+  if (actual != nullptr && actual == *known) {
     return true;
   }
   if (actual == nullptr || strcmp(Tcl_GetString(actual), name) != 0) {
@@ -213,6 +213,19 @@ bool zelTcl_Internal_CanReturnEarly() {
 bool zelTcl_Internal_GlobalCommandExists(Tcl_Interp* interp, const char* name) {
   // The table's field, since the function that returns it is not in 8.5.
   return Tcl_FindHashEntry(&GlobalNamespace(interp)->cmdTable, name) != nullptr;
+}
+
+bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command) {
+  return (Private(command)->flags & CMD_IS_DELETED) != 0;
+}
+
+bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
+                                    Tcl_CommandTraceProc* proc) {
+  const CommandTrace* trace = Private(command)->tracePtr;
+  while (trace != nullptr && trace->traceProc == proc) {
+    trace = trace->nextPtr;
+  }
+  return trace != nullptr;
 }
 
 // The public call finds the command by name, as seen from the namespace that

@@ -42,6 +42,12 @@ bool zelTcl_Internal_CanReturnEarly();
 // True iff the global namespace holds a command with exactly this simple name;
 // no resolution, no auto-loading, so a qualified name never matches.
 bool zelTcl_Internal_GlobalCommandExists(Tcl_Interp* interp, const char* name);
+// True iff Tcl is deleting the command: it then makes away with one that a
+// script puts in its place.
+bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command);
+// True iff a trace with another function than `proc` is on the command.
+bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
+                                    Tcl_CommandTraceProc* proc);
 // Attaches `proc` as a TCL_TRACE_RENAME trace to the command itself, whatever
 // name it has or namespace is current. It is called with TCL_TRACE_DELETE, too,
 // and has to remove itself then: Tcl frees the traces of a command that goes

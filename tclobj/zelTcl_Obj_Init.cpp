@@ -79,6 +79,8 @@ std::atomic<bool> gClaimed{false};
 // the thread of its interpreter.
 Tcl_ThreadId gThread = nullptr;
 
+bool gTearingDown = false;
+
 // Kept values, so that Tcl remembers in them where a frame has the variable.
 Tcl_Obj* gImplicitVarNames[zelTcl_kNbImplicitVars] = {};
 constexpr const char* kImplicitVarNames[zelTcl_kNbImplicitVars] = {
@@ -112,7 +114,6 @@ void DisposeAll(Tcl_HashTable* table) {
   while (auto* const entity = zelTcl_FirstHashValue<T>(table)) {
     entity->Retire();
   }
-  Tcl_DeleteHashTable(table);
 }
 
 int EvalGlobal(Tcl_Interp* interp, const char* script) {
@@ -210,13 +211,19 @@ int zelTcl_Obj_Init(Tcl_Interp* interp) {
 }
 
 void zelTcl_Obj_Dispose(Tcl_Interp* interp) {
-  if (zelTcl_gObj_Interp == nullptr) {
-    return;
+  if (zelTcl_gObj_Interp == nullptr || gTearingDown) {
+    return;  // all done, or about to be by the one that was called first
   }
+  gTearingDown = true;
   if (!Tcl_InterpDeleted(interp)) {
     Tcl_DontCallWhenDeleted(interp, InterpDeletedProc, nullptr);
-    (void)Tcl_DeleteCommand(interp, zelTcl_gObj_VarExistProcName);
-    (void)Tcl_DeleteCommand(interp, zelTcl_gObj_CloneArrayProcName);
+    for (const char* const helper :
+         {zelTcl_gObj_VarExistProcName, zelTcl_gObj_CloneArrayProcName}) {
+      // The one of the global namespace, whichever is current.
+      zelTcl_TDString name;
+      name.Append("::").Append(helper);
+      (void)Tcl_DeleteCommand(interp, name.Value());
+    }
     for (Tcl_Command* const token :
          {&zelTcl_gObj_InheritCmd, &zelTcl_gObj_ThisCmd, &zelTcl_gObj_MethodCmd,
           &zelTcl_gObj_zelObjectCmd}) {
@@ -226,8 +233,12 @@ void zelTcl_Obj_Dispose(Tcl_Interp* interp) {
       }
     }
   }
+  // Scripts that run here may still ask for any name: the tables stay until
+  // both are empty, and nothing new can be made.
   DisposeAll<zelTcl_TObject>(&zelTcl_gObj_ObjectTable);
   DisposeAll<zelTcl_TClass>(&zelTcl_gObj_ClassTable);
+  Tcl_DeleteHashTable(&zelTcl_gObj_ObjectTable);
+  Tcl_DeleteHashTable(&zelTcl_gObj_ClassTable);
   zelTcl_SetObj(&zelTcl_gObj_ConstructorStringObj, nullptr);
   zelTcl_SetObj(&zelTcl_gObj_DestructorStringObj, nullptr);
   for (Tcl_Obj*& name : gImplicitVarNames) {
@@ -238,6 +249,11 @@ void zelTcl_Obj_Dispose(Tcl_Interp* interp) {
   zelTcl_Internal_Detach();
   zelTcl_TCall::FreeSpares();
   zelTcl_gObj_Interp = nullptr;
+  gTearingDown = false;
+}
+
+bool zelTcl_Obj_Serves() {
+  return zelTcl_gObj_Interp != nullptr && !gTearingDown;
 }
 
 Tcl_Interp* zelTcl_Obj_Interp() {

@@ -58,6 +58,9 @@ int zelTcl_Obj_Init(Tcl_Interp* interp);
 // process cannot serve again.
 // Re-entry: destructors run, without the built-in commands.
 void zelTcl_Obj_Dispose(Tcl_Interp* interp);
+// True iff entities can be made: from the start of the initialisation to that
+// of the tear-down.
+bool zelTcl_Obj_Serves();
 // Returns: the interpreter served; null before and after.
 Tcl_Interp* zelTcl_Obj_Interp();
 // Delete callback of the built-in commands: clears the token that `clientData`

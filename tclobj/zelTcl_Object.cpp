@@ -266,12 +266,11 @@ int zelTcl_TObject::Destruct(Tcl_Interp* interp) {
   return code;
 }
 
-// The destructor has ended its own object, and the array went with it. What it
-// has written to `this` since then goes too, unless the name is in use again.
+// The array has gone, but scripts ran afterwards: the destructor that has ended
+// its own object, or a delete trace. What they wrote to `this` goes too, unless
+// the name is in use again.
 void zelTcl_TObject::UnsetLeftArray(Tcl_Interp* interp) {
-  if (leftName != nullptr &&
-      zelTcl_Obj_ObjectFromTclObj(leftName, nullptr) == nullptr &&
-      zelTcl_Obj_ClassFromTclObj(leftName, nullptr) == nullptr) {
+  if (leftName != nullptr && !IsTaken(Tcl_GetString(leftName))) {
     (void)Tcl_UnsetVar(interp, Tcl_GetString(leftName), TCL_GLOBAL_ONLY);
   }
   zelTcl_SetObj(&leftName, nullptr);
@@ -298,7 +297,15 @@ void zelTcl_TObject::Dispose() {
     registeredInClass = 0;
     objectClass->DeregisterObject(&classElement);
   }
+  // Delete traces on the command may call methods, which write to `this` again.
+  if (beingDestructed != 0 && Command() != nullptr && leftName == nullptr &&
+      zelTcl_Internal_HasOtherTraces(Command(), zelTcl_EntityRenameCallback)) {
+    zelTcl_SetObj(&leftName, NameObj());
+  }
   zelTcl_TEntity::Dispose();
+  if (!inDestructor) {
+    UnsetLeftArray(interp);
+  }
 }
 
 zelTcl_TObject::~zelTcl_TObject() {
