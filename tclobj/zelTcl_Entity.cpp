@@ -33,10 +33,6 @@ struct TNewNames {
   char* quoted = nullptr;
 };
 
-bool IsSimpleName(const char* name) {
-  return strchr(name, '(') == nullptr && strstr(name, "::") == nullptr;
-}
-
 zelTcl_TEntity* EntityOf(ClientData clientData) {
   return static_cast<zelTcl_TEntity*>(clientData);
 }
@@ -146,7 +142,7 @@ int zelTcl_TEntity::Fail(Tcl_Interp* interp, const char* ending,
 
 void zelTcl_TEntity::SetNameObj(Tcl_Obj* name) {
   zelTcl_SetObj(&nameObj, name);
-  simpleName = IsSimpleName(stringName);
+  simpleName = zelTcl_Obj_IsSimpleName(stringName);
 }
 
 // ---- Renaming ---------------------------------------------------------------

@@ -19,9 +19,9 @@
 //   - one for each call in progress, for each object or method of a class, and
 //     for each stretch of C code that runs scripts and touches it afterwards.
 // Dispose ends the entity for scripts, Release at zero frees the record. Every
-// step of Dispose tests what it undoes and clears it before anything that can
-// run a script, so a Dispose entered again from inside goes on where the outer
-// one was, and the outer one then finds the rest done.
+// step of Dispose tests what it undoes and leaves it so that it may be undone
+// again, so a Dispose entered from inside goes on where the outer one was, and
+// the outer one then finds the rest done.
 
 #ifndef TCLOBJ_ZELTCL_ENTITY_H
 #define TCLOBJ_ZELTCL_ENTITY_H
@@ -72,9 +72,8 @@ class zelTcl_TEntity {
   // Re-entry: a replaced helper procedure, and a command that a qualified name
   // replaces, run scripts.
   int Init(zelTcl_TEntityType type, Tcl_Interp* interp, Tcl_Obj* name);
-  // Follows a rename of the command. Runs out of memory or out of a usable
-  // helper procedure only before anything has moved: the entity then stays
-  // findable under its old name.
+  // Follows a rename of the command. Where memory or a helper procedure fails,
+  // the entity stays findable under its old name, with its array.
   // Re-entry: traces on the two arrays run scripts.
   void Rename(Tcl_Interp* interp, const char* oldName, const char* newName,
               int flags);

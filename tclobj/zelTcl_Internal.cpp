@@ -375,11 +375,13 @@ int zelTcl_Internal_StartProc(Tcl_Interp* interp, Proc* proc, int objc,
   return TclNRInterpProc(proc, interp, objc, words);
 }
 
-// The core's callback for the end of a procedure uses two of its four data: the
-// name word and the function that writes the error trace.
 bool zelTcl_Internal_CanHookEnd() {
   return gCanHookEnd;
 }
+
+// The core's callback for the end of a procedure uses two of its four data: the
+// name word and the function that writes the error trace. The other two are
+// free for HookEnd.
 
 void zelTcl_Internal_RecognizeEnd(Tcl_Interp* interp, Tcl_Obj* nameWord) {
   const NRE_callback* const end = TOP_CB(interp)->nextPtr;

@@ -304,6 +304,22 @@ bool RefuseEndingClass(Tcl_Interp* interp, const zelTcl_TClass* theClass,
   return true;
 }
 
+// Makes `superclass` a direct superclass unless it is an ancestor already.
+int Link(Tcl_Interp* interp, zelTcl_TClass* theClass,
+         zelTcl_TClass* superclass) {
+  if (theClass->IsAncestor(superclass) != 0) {
+    return TCL_OK;
+  }
+  if (theClass == superclass || superclass->IsAncestor(theClass) != 0) {
+    Tcl_ResetResult(interp);
+    Tcl_AppendResult(interp, "class \"", theClass->StringName(),
+                     "\" is ancestor of class \"", superclass->StringName(),
+                     "\"", nullptr);
+    return TCL_ERROR;
+  }
+  return theClass->Inherit(interp, superclass);
+}
+
 // Asks Tcl's auto-loader for a class.
 // Returns: false with the message in the result when it has no such command.
 bool AutoLoad(Tcl_Interp* interp, Tcl_Obj* name) {
@@ -411,18 +427,9 @@ int zel_InheritObjCmd(ClientData /*clientData*/, Tcl_Interp* interp, int objc,
     return TCL_ERROR;
   }
   int code = TCL_ERROR;
-  if (RefuseEndingClass(interp, theClass, objv[1]) ||
-      RefuseEndingClass(interp, superclass, objv[2])) {
-    // the message is set
-  } else if (theClass->IsAncestor(superclass) != 0) {
-    code = TCL_OK;
-  } else if (theClass == superclass || superclass->IsAncestor(theClass) != 0) {
-    Tcl_ResetResult(interp);
-    Tcl_AppendResult(interp, "class \"", theClass->StringName(),
-                     "\" is ancestor of class \"", superclass->StringName(),
-                     "\"", nullptr);
-  } else {
-    code = theClass->Inherit(interp, superclass);
+  if (!RefuseEndingClass(interp, theClass, objv[1]) &&
+      !RefuseEndingClass(interp, superclass, objv[2])) {
+    code = Link(interp, theClass, superclass);
   }
   if (code != TCL_OK && known.get() == nullptr) {
     theClass->Retire();
@@ -608,28 +615,22 @@ bool IsOneOf(const char* name, std::initializer_list<const char*> params) {
   return false;
 }
 
-bool IsSimple(const char* name) {
-  return strchr(name, '(') == nullptr && strstr(name, "::") == nullptr;
-}
-
-int CallHelper(Tcl_Interp* interp, const char* helper,
-               std::initializer_list<Tcl_Obj*> args) {
-  Tcl_Obj* words[3] = {Tcl_NewStringObj(helper, -1), nullptr, nullptr};
-  int count = 1;
-  for (Tcl_Obj* const arg : args) {
-    words[count++] = arg;
-  }
-  for (int i = 0; i < count; ++i) {
-    Tcl_IncrRefCount(words[i]);
-  }
-  const int code = Tcl_EvalObjv(interp, count, words, TCL_EVAL_GLOBAL);
-  for (int i = 0; i < count; ++i) {
-    Tcl_DecrRefCount(words[i]);
-  }
-  return code;
+// `second` is null for the helper with one argument.
+int CallHelper(Tcl_Interp* interp, const char* helper, Tcl_Obj* first,
+               Tcl_Obj* second) {
+  const zelTcl_TObjRef name(Tcl_NewStringObj(helper, -1));
+  const zelTcl_TObjRef heldFirst(first);
+  const zelTcl_TObjRef heldSecond(second);
+  Tcl_Obj* const words[] = {name.get(), first, second};
+  return Tcl_EvalObjv(interp, second == nullptr ? 2 : 3, words,
+                      TCL_EVAL_GLOBAL);
 }
 
 }  // namespace
+
+bool zelTcl_Obj_IsSimpleName(const char* name) {
+  return strchr(name, '(') == nullptr && strstr(name, "::") == nullptr;
+}
 
 Tcl_Obj* zelTcl_Obj_ImplicitVarName(zelTcl_TImplicitVar which) {
   return gImplicitVarNames[which];
@@ -648,7 +649,7 @@ int zelTcl_Obj_GlobalExists(Tcl_Interp* interp, Tcl_Obj* name, int* exists) {
   const char* const text = Tcl_GetString(name);
   if (zelTcl_Internal_IsUntouched(gVarExistHelper)) {
     const bool hidden = IsOneOf(text, {"varName"});
-    if (hidden || IsSimple(text)) {
+    if (hidden || zelTcl_Obj_IsSimpleName(text)) {
       const zelTcl_TGlobalVarState state =
           hidden ? zelTcl_Internal_GlobalState(interp, text)
                  : zelTcl_Internal_SimpleGlobalState(interp, name);
@@ -658,7 +659,7 @@ int zelTcl_Obj_GlobalExists(Tcl_Interp* interp, Tcl_Obj* name, int* exists) {
       }
     }
   }
-  int code = CallHelper(interp, zelTcl_gObj_VarExistProcName, {name});
+  int code = CallHelper(interp, zelTcl_gObj_VarExistProcName, name, nullptr);
   if (code == TCL_OK) {
     code = Tcl_GetIntFromObj(interp, Tcl_GetObjResult(interp), exists);
     Tcl_ResetResult(interp);
@@ -678,15 +679,16 @@ int zelTcl_Obj_CloneGlobalArray(Tcl_Interp* interp, const char* source,
   if (zelTcl_Internal_IsUntouched(gCloneArrayHelper) &&
       (zelTcl_Internal_GlobalState(interp, source) !=
            zelTcl_TGlobalVarState::kTraced ||
-       !IsSimple(source) || !IsSimple(destination) ||
+       !zelTcl_Obj_IsSimpleName(source) ||
+       !zelTcl_Obj_IsSimpleName(destination) ||
        IsOneOf(source, {"src", "dst"}) ||
        IsOneOf(destination, {"src", "dst"}))) {
     return zelTcl_Internal_CopyGlobalArray(interp, source, destination);
   }
   const zelTcl_TObjRef from(Tcl_NewStringObj(source, -1));
   const zelTcl_TObjRef to(Tcl_NewStringObj(destination, -1));
-  const int code = CallHelper(interp, zelTcl_gObj_CloneArrayProcName,
-                              {from.get(), to.get()});
+  const int code =
+      CallHelper(interp, zelTcl_gObj_CloneArrayProcName, from.get(), to.get());
   if (code == TCL_OK) {
     Tcl_ResetResult(interp);
   }
@@ -699,22 +701,6 @@ namespace {
 
 const char* TextOf(const zel_TListElem* element) {
   return static_cast<const char*>(element->Value());
-}
-
-// A fresh Tcl list of one text for each element; null when Tcl refuses.
-template <typename GetText>
-Tcl_Obj* NewTextListObj(const zel_TList* list, const GetText& getText) {
-  Tcl_Obj* const result = Tcl_NewListObj(0, nullptr);
-  for (const zel_TListElem* element = list->head; element != nullptr;
-       element = element->next) {
-    if (Tcl_ListObjAppendElement(nullptr, result,
-                                 Tcl_NewStringObj(getText(element), -1)) !=
-        TCL_OK) {
-      const zelTcl_TObjRef dropped(result);
-      return nullptr;
-    }
-  }
-  return result;
 }
 
 }  // namespace
@@ -738,9 +724,14 @@ int zelTcl_Obj_ReportList(Tcl_Interp* interp) {
 
 int zelTcl_Obj_ListToObj(Tcl_Interp* interp, const zel_TList* list,
                          Tcl_Obj** out) {
-  Tcl_Obj* const result = NewTextListObj(list, TextOf);
-  if (result == nullptr) {
-    return zelTcl_Obj_ReportList(interp);
+  Tcl_Obj* const result = Tcl_NewListObj(0, nullptr);
+  for (const zel_TListElem* element = list->head; element != nullptr;
+       element = element->next) {
+    if (Tcl_ListObjAppendElement(
+            nullptr, result, Tcl_NewStringObj(TextOf(element), -1)) != TCL_OK) {
+      const zelTcl_TObjRef dropped(result);
+      return zelTcl_Obj_ReportList(interp);
+    }
   }
   *out = result;
   return TCL_OK;
@@ -808,11 +799,10 @@ int zelTcl_Obj_EntityListToStringNameObjList(Tcl_Interp* interp,
     ++count;
   }
   zelTcl_TNames names;
-  const zel_TError error = names.Reserve(count);
-  if (error != zel_kErrorNone) {
+  if (names.Reserve(count) != zel_kErrorNone) {
     Tcl_ResetResult(interp);
-    Tcl_AppendResult(interp, "could not create list of names: ",
-                     zel_ErrorGetMessage(error), nullptr);
+    Tcl_AppendResult(interp, "could not create list of names: no more memory",
+                     nullptr);
     return TCL_ERROR;
   }
   for (const zel_TListElem* element = list->head; element != nullptr;

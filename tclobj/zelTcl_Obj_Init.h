@@ -119,6 +119,10 @@ void zelTcl_Obj_FreeStringNames(char** stringName, char** protectedString);
 
 // ---- Variables --------------------------------------------------------------
 
+// True iff Tcl takes the name for that of a plain variable: neither qualified
+// nor like an array element.
+bool zelTcl_Obj_IsSimpleName(const char* name);
+
 // The variables that a method's body receives.
 enum zelTcl_TImplicitVar {
   zelTcl_kObjNameVar,

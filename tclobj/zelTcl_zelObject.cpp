@@ -33,6 +33,14 @@ bool CheckWordCount(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[],
   return false;
 }
 
+// The class's own method that the words name; null with the message set.
+zelTcl_TMethod* OwnMethod(Tcl_Interp* interp, Tcl_Obj* const objv[]) {
+  zelTcl_TClass* const theClass = zelTcl_Obj_ClassFromTclObj(objv[3], interp);
+  return theClass == nullptr
+             ? nullptr
+             : theClass->FindMethod(objv[4], interp, zelTcl_kFindOwn);
+}
+
 // ---- zelObject delete -------------------------------------------------------
 
 // zelObject delete method <class_name> <method_name>
@@ -41,11 +49,7 @@ int DeleteMethod(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
                       "<class_name> <method_name>")) {
     return TCL_ERROR;
   }
-  zelTcl_TClass* const theClass = zelTcl_Obj_ClassFromTclObj(objv[3], interp);
-  zelTcl_TMethod* const method =
-      theClass == nullptr
-          ? nullptr
-          : theClass->FindMethod(objv[4], interp, zelTcl_kFindOwn);
+  zelTcl_TMethod* const method = OwnMethod(interp, objv);
   if (method == nullptr) {
     return TCL_ERROR;
   }
@@ -136,14 +140,6 @@ void AppendFoundationError(Tcl_Interp* interp, const char* context,
   Tcl_AppendResult(interp, context, zel_ErrorGetMessage(error), nullptr);
 }
 
-// The class's own method that the words name; null with the message set.
-zelTcl_TMethod* OwnMethod(Tcl_Interp* interp, Tcl_Obj* const objv[]) {
-  zelTcl_TClass* const theClass = zelTcl_Obj_ClassFromTclObj(objv[3], interp);
-  return theClass == nullptr
-             ? nullptr
-             : theClass->FindMethod(objv[4], interp, zelTcl_kFindOwn);
-}
-
 // zelObject info arglist|args|body <class_name> <method_name>
 template <Tcl_Obj* (*Get)(zelTcl_TMethod*)>
 int InfoOfMethod(Tcl_Interp* interp, int /*objc*/, Tcl_Obj* const objv[]) {
@@ -221,16 +217,12 @@ int InfoClasses(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
   }
   const zelTcl_TObjRef held(names);
   if (isObject) {
-    Tcl_Obj* const first = Tcl_NewStringObj(theClass->ProtectedString(), -1);
-    const zelTcl_TObjRef heldFirst(first);
-    // The list is ours alone until it is the result, as the call demands.
-    Tcl_Obj* const all = Tcl_DuplicateObj(names);
-    if (Tcl_ListObjReplace(interp, all, 0, 0, 1, &first) != TCL_OK) {
-      const zelTcl_TObjRef dropped(all);
+    const zelTcl_TObjRef first(
+        Tcl_NewStringObj(theClass->ProtectedString(), -1));
+    Tcl_Obj* const element = first.get();
+    if (Tcl_ListObjReplace(interp, names, 0, 0, 1, &element) != TCL_OK) {
       return TCL_ERROR;
     }
-    Tcl_SetObjResult(interp, all);
-    return TCL_OK;
   }
   Tcl_SetObjResult(interp, names);
   return TCL_OK;
