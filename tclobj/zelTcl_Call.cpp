@@ -12,12 +12,6 @@
 
 namespace {
 
-#ifdef ZEL_NO_FAST_PATHS
-constexpr bool kFastPaths = false;
-#else
-constexpr bool kFastPaths = true;
-#endif
-
 // Deep recursion ends in many records at once; more than this are given back.
 constexpr int kMostSpares = 64;
 
@@ -164,7 +158,7 @@ int zelTcl_TCall::StartNR(ClientData clientData, Tcl_Interp* interp,
 
 int zelTcl_TCall::Start(Tcl_Interp* interp) {
   zelTcl_Internal_ForgetRewrittenWords(interp);
-  const bool hook = kFastPaths && zelTcl_Internal_CanHookEnd();
+  const bool hook = zelTcl_kFastPaths && zelTcl_Internal_CanHookEnd();
   if (!hook) {
     // First, so that it runs whatever becomes of the call.
     Tcl_NRAddCallback(interp, EndNR, this, nullptr, nullptr, nullptr);
@@ -179,7 +173,7 @@ int zelTcl_TCall::Start(Tcl_Interp* interp) {
   }
   if (hook) {
     zelTcl_Internal_HookEnd(interp, EndNR, this);
-  } else if (kFastPaths) {
+  } else if (zelTcl_kFastPaths) {
     zelTcl_Internal_RecognizeEnd(interp, words[0]);
   }
   return TCL_OK;
@@ -199,7 +193,8 @@ int zelTcl_TCall::EndNR(ClientData data[], Tcl_Interp* interp, int result) {
 
 Proc* zelTcl_TCall::ChooseProc(Tcl_Interp* interp) {
   thisVar = nullptr;
-  if (kFastPaths && zelTcl_Internal_LinksUnseen(interp, object->Command())) {
+  if (zelTcl_kFastPaths &&
+      zelTcl_Internal_LinksUnseen(interp, object->Command())) {
     Proc* const linked = method->LinkedProc(interp);
     classVar = method->definingClass->ArrayVar(interp);
     if (linked != nullptr && classVar != nullptr) {
@@ -230,7 +225,7 @@ void zelTcl_TCall::MakeLinks(Tcl_Interp* interp) {
 
 const zelTcl_TCall* zelTcl_TCall::Current(Tcl_Interp* interp) {
   const zelTcl_TCall* const call = gNewest;
-  if (!kFastPaths || call == nullptr || call->frame == nullptr ||
+  if (!zelTcl_kFastPaths || call == nullptr || call->frame == nullptr ||
       call->frame != zelTcl_Internal_VarFrame(interp) ||
       !zelTcl_Internal_FrameHolds(call->frame, call->lease.proc, call->words) ||
       call->object->NameObj() != call->words[1] ||

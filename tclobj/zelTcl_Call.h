@@ -24,6 +24,14 @@
 class zelTcl_TMethod;
 class zelTcl_TObject;
 
+// Whether the fast paths of calls are built in; the plain ways beside them give
+// the same answers.
+#ifdef ZEL_NO_FAST_PATHS
+constexpr bool zelTcl_kFastPaths = false;
+#else
+constexpr bool zelTcl_kFastPaths = true;
+#endif
+
 class zelTcl_TCall final {
  public:
   zelTcl_TCall() = default;

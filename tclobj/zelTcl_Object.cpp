@@ -93,6 +93,37 @@ int zelTcl_TObject::FinishConstruction(Tcl_Interp* interp, Tcl_Obj* name,
   return TCL_ERROR;
 }
 
+// ---- Fast path: plain method words
+// -------------------------------------------
+//
+// A word without colons that is not "inherited" keeps the hash of its text in
+// its value, as Tcl's own words keep what they were found to mean. It says
+// nothing about any class or method, so nothing can make it wrong.
+
+namespace {
+
+// No functions: the hash owns nothing, and the text is always there.
+const Tcl_ObjType kPlainWordType = {"zelMethodWord", nullptr, nullptr, nullptr,
+                                    nullptr};
+
+bool IsPlainWord(const Tcl_Obj* word) {
+  return word->typePtr == &kPlainWordType;
+}
+
+zelTcl_TMethodKey KeyOfPlainWord(const Tcl_Obj* word) {
+  return {word->bytes, static_cast<std::uint32_t>(word->internalRep.longValue)};
+}
+
+// Leaves a word alone that is a number, a list or the like at the same time.
+void RememberPlainWord(Tcl_Obj* word, std::uint32_t hash) {
+  if (zelTcl_kFastPaths && word->typePtr == nullptr) {
+    word->typePtr = &kPlainWordType;
+    word->internalRep.longValue = static_cast<long>(hash);
+  }
+}
+
+}  // namespace
+
 // ---- Dispatch ---------------------------------------------------------------
 
 // Where a method word leads: which name is looked up, in which class and how.
@@ -147,25 +178,12 @@ zelTcl_TMethod* zelTcl_TObject::FindTarget(Tcl_Interp* interp, int objc,
                      Tcl_GetString(objv[0]), " <methodName> ...\"", nullptr);
     return nullptr;
   }
-  const char* const word = Tcl_GetString(objv[1]);
   TTarget target;
-  if (*word == 'i' && strcmp(word, "inherited") == 0) {
-    if (!ResolveInherited(interp, running, &target)) {
-      return nullptr;
-    }
-  } else {
-    // One pass hashes a plain name and finds the colons of a qualified one.
-    std::uint32_t hash = zelTcl_TMethodKey::kStart;
-    const char* end = word;
-    while (*end != '\0' && !(end[0] == ':' && end[1] == ':')) {
-      hash = zelTcl_TMethodKey::Mix(hash, *end++);
-    }
-    if (*end == '\0') {
-      target.theClass = objectClass;
-      target.key = zelTcl_TMethodKey(word, hash);
-    } else if (!ResolveQualified(interp, word, end, &target)) {
-      return nullptr;
-    }
+  if (IsPlainWord(objv[1])) {
+    target.theClass = objectClass;
+    target.key = KeyOfPlainWord(objv[1]);
+  } else if (!ResolveWord(interp, objv[1], running, &target)) {
+    return nullptr;
   }
   *skipped = 2;
   zelTcl_TMethod* method =
@@ -180,6 +198,28 @@ zelTcl_TMethod* zelTcl_TObject::FindTarget(Tcl_Interp* interp, int objc,
     target.theClass->ReportNoMethod(interp, target.key.name, target.flags);
   }
   return method;
+}
+
+// A word met for the first time, or of one of the two special forms.
+bool zelTcl_TObject::ResolveWord(Tcl_Interp* interp, Tcl_Obj* wordObj,
+                                 const zelTcl_TCall* running, TTarget* target) {
+  const char* const word = Tcl_GetString(wordObj);
+  if (strcmp(word, "inherited") == 0) {
+    return ResolveInherited(interp, running, target);
+  }
+  // One pass hashes a plain name and finds the colons of a qualified one.
+  std::uint32_t hash = zelTcl_TMethodKey::kStart;
+  const char* end = word;
+  while (*end != '\0' && !(end[0] == ':' && end[1] == ':')) {
+    hash = zelTcl_TMethodKey::Mix(hash, *end++);
+  }
+  if (*end != '\0') {
+    return ResolveQualified(interp, word, end, target);
+  }
+  target->theClass = objectClass;
+  target->key = zelTcl_TMethodKey(word, hash);
+  RememberPlainWord(wordObj, hash);
+  return true;
 }
 
 // CLASS::METHOD; further colons belong to the method.

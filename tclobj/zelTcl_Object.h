@@ -86,6 +86,8 @@ class zelTcl_TObject final : public zelTcl_TEntity {
   zelTcl_TMethod* FindTarget(Tcl_Interp* interp, int objc,
                              Tcl_Obj* const objv[], const zelTcl_TCall* running,
                              int* skipped);
+  bool ResolveWord(Tcl_Interp* interp, Tcl_Obj* wordObj,
+                   const zelTcl_TCall* running, TTarget* target);
   bool ResolveQualified(Tcl_Interp* interp, const char* word,
                         const char* colons, TTarget* target);
   bool ResolveInherited(Tcl_Interp* interp, const zelTcl_TCall* running,
