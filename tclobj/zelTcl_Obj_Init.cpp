@@ -642,24 +642,28 @@ Tcl_Obj* zelTcl_Obj_ReadVariable(Tcl_Interp* interp,
   return name == nullptr ? nullptr : Tcl_ObjGetVar2(interp, name, nullptr, 0);
 }
 
-// While the helper procedure is the one made at start, what it would answer is
-// found out directly, also for names that it cannot import. Otherwise, and for
-// names that are not a plain variable's, it is called.
+// While the helper procedure is the one made at start, what it would answer for
+// a plain variable is found out directly, and a name that it cannot import is
+// asked about in its place. Otherwise it is called.
 int zelTcl_Obj_GlobalExists(Tcl_Interp* interp, Tcl_Obj* name, int* exists) {
   const char* const text = Tcl_GetString(name);
-  if (zelTcl_Internal_IsUntouched(gVarExistHelper)) {
-    const bool hidden = IsOneOf(text, {"varName"});
-    if (hidden || zelTcl_Obj_IsSimpleName(text)) {
-      const zelTcl_TGlobalVarState state =
-          hidden ? zelTcl_Internal_GlobalState(interp, text)
-                 : zelTcl_Internal_SimpleGlobalState(interp, name);
-      if (state != zelTcl_TGlobalVarState::kTraced || hidden) {
-        *exists = state == zelTcl_TGlobalVarState::kAbsent ? 0 : 1;
-        return TCL_OK;
-      }
+  const bool untouched = zelTcl_Internal_IsUntouched(gVarExistHelper);
+  int code = TCL_OK;
+  if (untouched && IsOneOf(text, {"varName"})) {
+    Tcl_Obj* const global = Tcl_NewStringObj("::", -1);
+    Tcl_AppendObjToObj(global, name);
+    code = CallHelper(interp, "::info", Tcl_NewStringObj("exists", -1), global);
+  } else {
+    const zelTcl_TGlobalVarState state =
+        untouched && zelTcl_Obj_IsSimpleName(text)
+            ? zelTcl_Internal_SimpleGlobalState(interp, name)
+            : zelTcl_TGlobalVarState::kTraced;
+    if (state != zelTcl_TGlobalVarState::kTraced) {
+      *exists = state == zelTcl_TGlobalVarState::kAbsent ? 0 : 1;
+      return TCL_OK;
     }
+    code = CallHelper(interp, zelTcl_gObj_VarExistProcName, name, nullptr);
   }
-  int code = CallHelper(interp, zelTcl_gObj_VarExistProcName, name, nullptr);
   if (code == TCL_OK) {
     code = Tcl_GetIntFromObj(interp, Tcl_GetObjResult(interp), exists);
     Tcl_ResetResult(interp);
