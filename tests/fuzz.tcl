@@ -265,7 +265,8 @@ proc op {} {
         set called [lookup [lrange $walk 1 end] $method]
     } elseif {$exact && $kind eq "O"} {
         set called [lookup [walk $of] $word]
-    } elseif {$exact && $kind eq "C" && !$F(x,mute) && ![array exists ::$word]
+    } elseif {$exact && $kind eq "C" && $cmd ne "this" && !$F(x,mute)
+              && ![array exists ::$word]
               && [namespace which -command ::$word] eq ""} {
         set called [lookup [walk $life] constructor]
     }
