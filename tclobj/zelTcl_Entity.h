@@ -10,6 +10,8 @@
 // 2. `command` is a command of that name whose client data is this entity.
 // 3. Exactly one rename trace of ours is attached to that command.
 // 4. `protectedString` and `nameObj` describe the same name as `stringName`.
+// 2 and 3 do not hold from a rename of the command until FollowCommand has
+// ended; the rest is under the old name until then.
 //
 // Who keeps the record allocated. `refCount` counts
 //   - one reference for the entity's life, dropped once, by the first Retire;
@@ -72,8 +74,10 @@ class zelTcl_TEntity {
   // Re-entry: a replaced helper procedure, and a command that a qualified name
   // replaces, run scripts.
   int Init(zelTcl_TEntityType type, Tcl_Interp* interp, Tcl_Obj* name);
-  // Follows a rename of the command. Where memory or a helper procedure fails,
-  // the entity stays findable under its old name, with its array.
+  // Follows a rename of the command, on Tcl 8.6 right after it where the move
+  // of the array can run scripts. Where memory or a helper procedure fails, or
+  // the name is taken, the entity stays findable under its old name, with its
+  // array.
   // Re-entry: traces on the two arrays run scripts.
   void Rename(Tcl_Interp* interp, const char* oldName, const char* newName,
               int flags);
@@ -98,11 +102,16 @@ class zelTcl_TEntity {
   zelTcl_TEntityType Type() const { return type; }
   const char* TypeString() const { return typeString; }
   Tcl_HashTable* Table() const { return table; }
-  // Null once the entity is disposed, as the next three.
+  // Null once the entity is disposed, as the next two.
   char* StringName() const { return stringName; }
   const char* ProtectedString() const { return protectedString; }
-  Tcl_Obj* NameObj() const { return nameObj; }
   Tcl_Command Command() const { return command; }
+  // The last name remains until the record is freed.
+  Tcl_Obj* NameObj() const { return nameObj; }
+  // True iff this very value is the entity's name, and still its own.
+  bool IsNamed(const Tcl_Obj* name) const {
+    return nameObj == name && stringName != nullptr;
+  }
 
   // The entity's array, found once and then held; null where the plain upvar
   // line must make the link (qualified names and those that look like array
@@ -115,7 +124,7 @@ class zelTcl_TEntity {
 
  protected:
   zelTcl_TEntity() = default;
-  ~zelTcl_TEntity() = default;
+  ~zelTcl_TEntity();
   // True iff an entity of either type bears the name.
   static bool IsTaken(const char* name);
   // Deletes the record as the type it is.
@@ -138,7 +147,10 @@ class zelTcl_TEntity {
   void SetNameObj(Tcl_Obj* name);
   Var* FindArrayVar(Tcl_Interp* interp);
   void DropArrayVar();
-  bool MoveArray(Tcl_Interp* interp, const char* newName);
+  enum class TMove { kDone, kRefused, kFailed };
+  static int RenamedNR(ClientData data[], Tcl_Interp* interp, int result);
+  void FollowCommand(Tcl_Interp* interp);
+  TMove MoveArray(Tcl_Interp* interp, const char* newName);
   bool FollowName(Tcl_Interp* interp, const char* newName);
 
   int refCount = 1;           // see the head of this file

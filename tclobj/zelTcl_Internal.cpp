@@ -66,6 +66,12 @@ void WatchCompiled(Tcl_Interp* interp, const char* name,
   }
 }
 
+// The variable that owns an entry of a table of variables.
+VarInHash* VarOf(Tcl_HashEntry* entry) {
+  return reinterpret_cast<VarInHash*>(reinterpret_cast<char*>(entry) -
+                                      offsetof(VarInHash, entry));
+}
+
 Var* FindGlobalVar(Tcl_Interp* interp, const char* name) {
   Var* array = nullptr;
   return TclLookupVar(interp, name, nullptr, TCL_GLOBAL_ONLY, nullptr, 0, 0,
@@ -77,11 +83,7 @@ Var* FindGlobalVar(Tcl_Interp* interp, const char* name) {
 Var* FindSimpleGlobal(Tcl_Interp* interp, Tcl_Obj* name) {
   Tcl_HashEntry* const entry =
       Tcl_FindHashEntry(&GlobalNamespace(interp)->varTable.table, name);
-  return entry == nullptr
-             ? nullptr
-             : &reinterpret_cast<VarInHash*>(reinterpret_cast<char*>(entry) -
-                                             offsetof(VarInHash, entry))
-                    ->var;
+  return entry == nullptr ? nullptr : &VarOf(entry)->var;
 }
 
 zelTcl_TGlobalVarState StateOf(const Var* var) {
@@ -106,9 +108,7 @@ Tcl_Obj* ElementNames(const Var* array) {
   for (Tcl_HashEntry* entry =
            Tcl_FirstHashEntry(&array->value.tablePtr->table, &search);
        entry != nullptr; entry = Tcl_NextHashEntry(&search)) {
-    const auto* const element = reinterpret_cast<const VarInHash*>(
-        reinterpret_cast<const char*>(entry) - offsetof(VarInHash, entry));
-    if (!TclIsVarUndefined(&element->var)) {
+    if (!TclIsVarUndefined(&VarOf(entry)->var)) {
       (void)Tcl_ListObjAppendElement(nullptr, names, entry->key.objPtr);
     }
   }
@@ -166,6 +166,35 @@ int HookedEnd(ClientData data[], Tcl_Interp* interp, int result) {
   return end(endData, interp, gProcEnd(data, interp, result));
 }
 
+// Gives a command another simple name in its namespace, unless that is taken.
+// Whatever has the command in its memory looks for it afresh.
+bool MoveCommand(Command* command, const char* name) {
+  int isNew = 0;
+  Tcl_HashEntry* const entry =
+      Tcl_CreateHashEntry(&command->nsPtr->cmdTable, name, &isNew);
+  if (isNew != 0) {
+    Tcl_SetHashValue(entry, command);
+    Tcl_DeleteHashEntry(command->hPtr);
+    command->hPtr = entry;
+    command->cmdEpoch++;
+  }
+  return isNew != 0;
+}
+
+int LeaveShelterNR(ClientData data[], Tcl_Interp* interp, int result) {
+  auto* const command = static_cast<Command*>(data[0]);
+  auto* const name = static_cast<Tcl_Obj*>(data[1]);
+  if ((command->flags & CMD_IS_DELETED) == 0 &&
+      !MoveCommand(command, Tcl_GetString(name))) {
+    const zelTcl_TSavedState saved(interp);
+    (void)Tcl_DeleteCommandFromToken(interp,
+                                     reinterpret_cast<Tcl_Command>(command));
+  }
+  Tcl_DecrRefCount(name);
+  DropCommand(command);
+  return result;
+}
+
 // True iff the local in this slot has this name. The names of locals are
 // shared literals: the one recognised last is kept, and nearly always met
 // again.
@@ -217,6 +246,40 @@ bool zelTcl_Internal_GlobalCommandExists(Tcl_Interp* interp, const char* name) {
 
 bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command) {
   return (Private(command)->flags & CMD_IS_DELETED) != 0;
+}
+
+bool zelTcl_Internal_CanQueue(Tcl_Interp* interp) {
+  return gCanReturnEarly && Private(interp)->numLevels > 0;
+}
+
+Namespace* zelTcl_Internal_Home(Tcl_Command command) {
+  return Private(command)->nsPtr;
+}
+
+void zelTcl_Internal_SetHome(Tcl_Command command, Namespace* home) {
+  Private(command)->nsPtr = home;
+}
+
+void zelTcl_Internal_ShelterSuccessor(Tcl_Interp* interp, const char* name) {
+  Command* const successor =
+      Private(Tcl_FindCommand(interp, name, nullptr, TCL_GLOBAL_ONLY));
+  if (successor == nullptr || (successor->flags & CMD_IS_DELETED) != 0 ||
+      (successor->nsPtr->flags & (NS_DYING | NS_DEAD)) != 0 ||
+      !zelTcl_Internal_CanQueue(interp)) {
+    return;
+  }
+  const zelTcl_TObjRef simpleName(
+      Tcl_NewStringObj(static_cast<const char*>(Tcl_GetHashKey(
+                           &successor->nsPtr->cmdTable, successor->hPtr)),
+                       -1));
+  const zelTcl_TObjRef shelter(Tcl_DuplicateObj(simpleName.get()));
+  do {
+    Tcl_AppendToObj(shelter.get(), " ", 1);
+  } while (!MoveCommand(successor, Tcl_GetString(shelter.get())));
+  successor->refCount++;
+  Tcl_IncrRefCount(simpleName.get());
+  Tcl_NRAddCallback(interp, LeaveShelterNR, successor, simpleName.get(),
+                    nullptr, nullptr);
 }
 
 bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
@@ -429,6 +492,22 @@ zelTcl_TGlobalVarState zelTcl_Internal_SimpleGlobalState(Tcl_Interp* interp,
 zelTcl_TGlobalVarState zelTcl_Internal_GlobalState(Tcl_Interp* interp,
                                                    const char* name) {
   return StateOf(FindGlobalVar(interp, name));
+}
+
+bool zelTcl_Internal_IsArrayTraced(Tcl_Interp* interp, const char* name) {
+  const Var* const array = FindGlobalVar(interp, name);
+  if (array == nullptr || TclIsVarTraced(array) || !TclIsVarArray(array)) {
+    return array != nullptr && TclIsVarTraced(array);
+  }
+  Tcl_HashSearch search;
+  for (Tcl_HashEntry* entry =
+           Tcl_FirstHashEntry(&array->value.tablePtr->table, &search);
+       entry != nullptr; entry = Tcl_NextHashEntry(&search)) {
+    if (TclIsVarTraced(&VarOf(entry)->var)) {
+      return true;
+    }
+  }
+  return false;
 }
 
 int zelTcl_Internal_CopyGlobalArray(Tcl_Interp* interp, const char* source,

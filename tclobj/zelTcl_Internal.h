@@ -12,6 +12,7 @@
 
 struct CallFrame;
 struct Command;
+struct Namespace;
 struct Proc;
 struct Var;
 
@@ -45,6 +46,20 @@ bool zelTcl_Internal_GlobalCommandExists(Tcl_Interp* interp, const char* name);
 // True iff Tcl is deleting the command: it then makes away with one that a
 // script puts in its place.
 bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command);
+// True iff something queued with Tcl_NRAddCallback runs when the command that
+// is running now has ended: Tcl 8.6, and not called from C alone.
+bool zelTcl_Internal_CanQueue(Tcl_Interp* interp);
+// For a delete procedure that runs scripts. While Tcl replaces a command, it
+// goes on with the namespace and the name that the old one has after its end,
+// whatever a script has done to them. Home is the namespace of the command at
+// the beginning; at the end, SetHome names it again for Tcl's own books, and
+// ShelterSuccessor looks for another command that bears the name: Tcl would
+// free its memory and go on using it. That one gets a name of its own until the
+// running command has ended; then it is deleted as it should be where a third
+// has taken the place, or gets its name back.
+Namespace* zelTcl_Internal_Home(Tcl_Command command);
+void zelTcl_Internal_SetHome(Tcl_Command command, Namespace* home);
+void zelTcl_Internal_ShelterSuccessor(Tcl_Interp* interp, const char* name);
 // True iff a trace with another function than `proc` is on the command.
 bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc);
@@ -122,6 +137,9 @@ zelTcl_TGlobalVarState zelTcl_Internal_SimpleGlobalState(Tcl_Interp* interp,
 // The same for any name, qualified ones included.
 zelTcl_TGlobalVarState zelTcl_Internal_GlobalState(Tcl_Interp* interp,
                                                    const char* name);
+// True iff there is a trace on the global variable of this name, or on one of
+// its elements.
+bool zelTcl_Internal_IsArrayTraced(Tcl_Interp* interp, const char* name);
 // Copies every element of the global array `source` into the global array
 // `target`, which is created, firing the read and write traces of each element.
 // A source that is no array has no elements.

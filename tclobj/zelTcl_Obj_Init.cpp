@@ -699,6 +699,13 @@ int zelTcl_Obj_CloneGlobalArray(Tcl_Interp* interp, const char* source,
   return code;
 }
 
+bool zelTcl_Obj_MovesUnseen(Tcl_Interp* interp, const char* name) {
+  return zelTcl_Internal_IsUntouched(gVarExistHelper) &&
+         zelTcl_Internal_IsUntouched(gCloneArrayHelper) &&
+         zelTcl_Obj_IsSimpleName(name) && !IsOneOf(name, {"varName"}) &&
+         !zelTcl_Internal_IsArrayTraced(interp, name);
+}
+
 // ---- Conversions ------------------------------------------------------------
 
 namespace {
