@@ -265,10 +265,13 @@ proc op {} {
         set called [lookup [lrange $walk 1 end] $method]
     } elseif {$exact && $kind eq "O"} {
         set called [lookup [walk $of] $word]
-    } elseif {$exact && $kind eq "C" && $cmd ne "this" && !$F(x,mute)
-              && ![array exists ::$word]
-              && [namespace which -command ::$word] eq ""} {
-        set called [lookup [walk $life] constructor]
+    } elseif {$exact && $kind eq "C" && $cmd ne "this" && !$F(x,mute)} {
+        set F(quiet) 1  ;# an array trace is not to act here
+        if {![array exists ::$word]
+            && [namespace which -command ::$word] eq ""} {
+            set called [lookup [walk $life] constructor]
+        }
+        set F(quiet) 0
     }
     array set F [list expect [string trim $called -] \
                      x,chained [expr {$words eq {this inherited}}] \
