@@ -7,6 +7,7 @@
 
 #include "tclobj/zelTcl_Handles.h"
 #include "tclobj/zelTcl_Method.h"
+#include "tclobj/zelTcl_Obj_Init.h"
 #include "tclobj/zelTcl_Obj_Profiling.h"
 #include "tclobj/zelTcl_Object.h"
 
@@ -122,7 +123,8 @@ int zelTcl_TCall::End(Tcl_Interp* interp, int code) {
   if (words != room) {
     zel_Free(words);
   }
-  if (gNbSpares < kMostSpares) {
+  // After an unload, nobody would free a spare.
+  if (zelTcl_Obj_Serves() && gNbSpares < kMostSpares) {
     older = gSpares;
     gSpares = this;
     ++gNbSpares;
