@@ -38,15 +38,12 @@ zelTcl_TEntity* EntityOf(ClientData clientData) {
 }
 
 // While a rename is under way, Tcl finds the command by its old name as well,
-// even when a script run there has deleted it.
-bool RefuseDisposed(Tcl_Interp* interp, const zelTcl_TEntity* entity,
-                    Tcl_Obj* const objv[]) {
-  if (entity->StringName() != nullptr) {
-    return false;
-  }
+// even when a script run there has ended the entity or deleted the command.
+int GoneHandler(ClientData /*clientData*/, Tcl_Interp* interp, int /*objc*/,
+                Tcl_Obj* const objv[]) {
   Tcl_AppendResult(interp, "invalid command name \"", Tcl_GetString(objv[0]),
                    "\"", nullptr);
-  return true;
+  return TCL_ERROR;
 }
 
 }  // namespace
@@ -154,12 +151,11 @@ void zelTcl_TEntity::Rename(Tcl_Interp* interp, const char* /*oldName*/,
                             const char* newName, int /*flags*/) {
   // Where a delete trace renames what is going, the entity goes by its own
   // name.
-  if (!registered || IsGone() || Tcl_InterpDeleted(interp) ||
+  if (!registered || !followsRenames || IsGone() || Tcl_InterpDeleted(interp) ||
       zelTcl_Internal_IsBeingDeleted(command)) {
     return;
   }
-  zelTcl_Internal_RemoveRenameTrace(interp, command,
-                                    zelTcl_EntityRenameCallback, this);
+  followsRenames = false;  // until this one has been followed
   if (zelTcl_Internal_CanQueue(interp) &&
       !(zelTcl_Obj_MovesUnseen(interp, stringName) &&
         zelTcl_Obj_MovesUnseen(interp, WithoutGlobalPrefix(newName)))) {
@@ -181,9 +177,8 @@ int zelTcl_TEntity::RenamedNR(ClientData data[], Tcl_Interp* interp,
   return result;
 }
 
-// Gives the entity the name that its command has, and the rename trace back.
-// Meanwhile nothing reports a rename: a trace on the arrays may have made one,
-// or ended the command, in a constructor without the object.
+// Gives the entity the name that its command has. Meanwhile traces may rename
+// the command again, or end it, in a constructor without the object.
 void zelTcl_TEntity::FollowCommand(Tcl_Interp* interp) {
   const zelTcl_TRecordRef<zelTcl_TEntity> self(this);
   zelTcl_TObjRef followed;
@@ -194,14 +189,35 @@ void zelTcl_TEntity::FollowCommand(Tcl_Interp* interp) {
     if (strcmp(name, WithoutGlobalPrefix(stringName)) == 0 ||
         (followed.get() != nullptr &&
          strcmp(name, Tcl_GetString(followed.get())) == 0)) {
-      zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback,
-                                     this);
+      followsRenames = true;
       return;
     }
     followed.Reset(Tcl_NewStringObj(name, -1));
+    const zelTcl_TObjRef left(nameObj);
     if (!FollowName(interp, name)) {
       return;
     }
+    if (nameObj != left.get()) {
+      LetFollow(interp, Tcl_GetString(left.get()));
+    }
+  }
+}
+
+// The command that has the name an entity has just left may be that of another
+// one, which could not have the name before.
+void zelTcl_TEntity::LetFollow(Tcl_Interp* interp, const char* name) {
+  const Tcl_Command heir =
+      Tcl_FindCommand(interp, name, nullptr, TCL_GLOBAL_ONLY);
+  Tcl_CmdInfo info;
+  if (heir == nullptr || zelTcl_Internal_IsBeingDeleted(heir) ||
+      Tcl_GetCommandInfoFromToken(heir, &info) == 0 ||
+      info.objProc != zelTcl_EntityCmdHandler) {
+    return;
+  }
+  zelTcl_TEntity* const entity = EntityOf(info.objClientData);
+  if (entity->followsRenames && !entity->IsGone()) {
+    entity->followsRenames = false;
+    entity->FollowCommand(interp);
   }
 }
 
@@ -324,31 +340,26 @@ void zelTcl_TEntity::DropArrayVar() {
 
 // ---- The end ----------------------------------------------------------------
 
-void zelTcl_TEntity::CommandGoing(Tcl_Interp* interp) {
-  zelTcl_Internal_RemoveRenameTrace(interp, command,
-                                    zelTcl_EntityRenameCallback, this);
-}
-
 void zelTcl_TEntity::CommandDeleted() {
   commandGoing = true;
   if (state == zelTcl_kReady) {
     Retire();
   } else if (state == zelTcl_kInitialising) {
     state = zelTcl_kCommandLost;
-    command = nullptr;
   }
+  command = nullptr;
 }
 
 void zelTcl_TEntity::Dispose() {
   state = zelTcl_kDisposing;
-  if (command != nullptr) {
+  if (command != nullptr && !commandGoing) {
     Tcl_Interp* const interp = zelTcl_Obj_Interp();
-    zelTcl_Internal_RemoveRenameTrace(interp, command,
-                                      zelTcl_EntityRenameCallback, this);
-    if (!commandGoing) {
-      (void)Tcl_DeleteCommandFromToken(interp, command);
+    if (!zelTcl_Internal_IsBeingDeleted(command)) {
+      endsCommand = true;
+      zelTcl_Internal_RemoveRenameTrace(interp, command,
+                                        zelTcl_EntityRenameCallback, this);
     }
-    command = nullptr;
+    (void)Tcl_DeleteCommandFromToken(interp, command);
   }
   DropArrayVar();
   if (registered != 0) {
@@ -376,16 +387,16 @@ void zelTcl_TEntity::Retire() {
 int zelTcl_EntityCmdHandler(ClientData clientData, Tcl_Interp* interp, int objc,
                             Tcl_Obj* const objv[]) {
   zelTcl_TEntity* const entity = EntityOf(clientData);
-  return RefuseDisposed(interp, entity, objv)
-             ? TCL_ERROR
+  return entity->StringName() == nullptr
+             ? GoneHandler(clientData, interp, objc, objv)
              : entity->CommandHandler(interp, objc, objv);
 }
 
 int zelTcl_EntityCmdHandlerNR(ClientData clientData, Tcl_Interp* interp,
                               int objc, Tcl_Obj* const objv[]) {
   zelTcl_TEntity* const entity = EntityOf(clientData);
-  return RefuseDisposed(interp, entity, objv)
-             ? TCL_ERROR
+  return entity->StringName() == nullptr
+             ? GoneHandler(clientData, interp, objc, objv)
              : entity->CommandHandlerNR(interp, objc, objv);
 }
 
@@ -395,17 +406,15 @@ void zelTcl_EntityDeleteCmdHandler(ClientData clientData) {
     return;
   }
   const Tcl_Command command = entity->Command();
-  const bool endedByEntity = entity->IsGone() && command != nullptr;
+  Namespace* const home = zelTcl_Internal_Home(command);
   const zelTcl_TObjRef name(entity->NameObj());
-  Namespace* const home =
-      command != nullptr ? zelTcl_Internal_Home(command) : nullptr;
+  const bool endedByTcl = !entity->EndsCommand();
   entity->CommandDeleted();
   entity->Release();  // the command's reference
-  if (command != nullptr) {
-    zelTcl_Internal_SetHome(command, home);
-  }
+  zelTcl_Internal_Disarm(command, GoneHandler);
+  zelTcl_Internal_SetHome(command, home);
   Tcl_Interp* const interp = zelTcl_Obj_Interp();
-  if (!endedByEntity && interp != nullptr && !Tcl_InterpDeleted(interp)) {
+  if (endedByTcl && interp != nullptr && !Tcl_InterpDeleted(interp)) {
     zelTcl_Internal_ShelterSuccessor(interp, Tcl_GetString(name.get()));
   }
 }
@@ -414,7 +423,7 @@ void zelTcl_EntityRenameCallback(ClientData clientData, Tcl_Interp* interp,
                                  const char* oldName, const char* newName,
                                  int flags) {
   if ((flags & TCL_TRACE_DELETE) != 0) {
-    EntityOf(clientData)->CommandGoing(interp);
+    zelTcl_Internal_BeforeDeletion(interp, oldName);
   } else {
     EntityOf(clientData)->Rename(interp, oldName, newName, flags);
   }

@@ -8,10 +8,10 @@
 // Invariants of a ready entity:
 // 1. `registered` is 1 and `table` maps `stringName` to this entity.
 // 2. `command` is a command of that name whose client data is this entity.
-// 3. Exactly one rename trace of ours is attached to that command.
+// 3. Exactly one rename trace of ours is attached to that command, for good.
 // 4. `protectedString` and `nameObj` describe the same name as `stringName`.
-// 2 and 3 do not hold from a rename of the command until FollowCommand has
-// ended; the rest is under the old name until then.
+// 2 does not hold from a rename of the command until FollowCommand has ended;
+// the rest is under the old name until then.
 //
 // Who keeps the record allocated. `refCount` counts
 //   - one reference for the entity's life, dropped once, by the first Retire;
@@ -81,8 +81,6 @@ class zelTcl_TEntity {
   // Re-entry: traces on the two arrays run scripts.
   void Rename(Tcl_Interp* interp, const char* oldName, const char* newName,
               int flags);
-  // Tcl is about to delete the command: takes our trace off it.
-  void CommandGoing(Tcl_Interp* interp);
   // Tcl is deleting the command.
   void CommandDeleted();
 
@@ -96,15 +94,18 @@ class zelTcl_TEntity {
     }
   }
   bool IsCommandGoing() const { return commandGoing; }
+  // True iff Dispose has deleted the command, and not Tcl.
+  bool EndsCommand() const { return endsCommand; }
   // True iff Dispose has begun to take the entity's name away.
   bool IsGone() const { return state == zelTcl_kDisposing; }
 
   zelTcl_TEntityType Type() const { return type; }
   const char* TypeString() const { return typeString; }
   Tcl_HashTable* Table() const { return table; }
-  // Null once the entity is disposed, as the next two.
+  // Null once the entity is disposed, as the next one.
   char* StringName() const { return stringName; }
   const char* ProtectedString() const { return protectedString; }
+  // Null once Tcl has called the delete procedure.
   Tcl_Command Command() const { return command; }
   // The last name remains until the record is freed.
   Tcl_Obj* NameObj() const { return nameObj; }
@@ -150,14 +151,17 @@ class zelTcl_TEntity {
   enum class TMove { kDone, kRefused, kFailed };
   static int RenamedNR(ClientData data[], Tcl_Interp* interp, int result);
   void FollowCommand(Tcl_Interp* interp);
+  static void LetFollow(Tcl_Interp* interp, const char* name);
   TMove MoveArray(Tcl_Interp* interp, const char* newName);
   bool FollowName(Tcl_Interp* interp, const char* newName);
 
-  int refCount = 1;           // see the head of this file
-  bool commandGoing = false;  // Tcl has called the delete procedure
-  bool lifeEnded = false;     // the life reference has been dropped
-  bool simpleName = false;    // a name that upvar takes for a plain variable
-  Var* arrayVar = nullptr;    // the global array, held; see ArrayVar
+  int refCount = 1;            // see the head of this file
+  bool endsCommand = false;    // Dispose deletes the command
+  bool commandGoing = false;   // Tcl has called the delete procedure
+  bool lifeEnded = false;      // the life reference has been dropped
+  bool followsRenames = true;  // no rename is being followed, none has failed
+  bool simpleName = false;     // a name that upvar takes for a plain variable
+  Var* arrayVar = nullptr;     // the global array, held; see ArrayVar
 };
 
 // Tcl's callbacks; the client data is the entity.

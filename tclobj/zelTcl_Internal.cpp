@@ -195,6 +195,15 @@ int LeaveShelterNR(ClientData data[], Tcl_Interp* interp, int result) {
   return result;
 }
 
+// Ends walks over the traces of the command, from the given one outwards.
+void EndWalks(ActiveCommandTrace* walk, const Command* command) {
+  for (; walk != nullptr; walk = walk->nextPtr) {
+    if (walk->cmdPtr == command) {
+      walk->nextTracePtr = nullptr;
+    }
+  }
+}
+
 // True iff the local in this slot has this name. The names of locals are
 // shared literals: the one recognised last is kept, and nearly always met
 // again.
@@ -250,6 +259,14 @@ bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command) {
 
 bool zelTcl_Internal_CanQueue(Tcl_Interp* interp) {
   return gCanReturnEarly && Private(interp)->numLevels > 0;
+}
+
+void zelTcl_Internal_Disarm(Tcl_Command command, Tcl_ObjCmdProc* gone) {
+  // Tcl itself clears the function that it asks for second.
+  if (gCanReturnEarly) {
+    Private(command)->nreProc = gone;
+  }
+  Private(command)->objClientData = nullptr;
 }
 
 Namespace* zelTcl_Internal_Home(Tcl_Command command) {
@@ -308,26 +325,26 @@ void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
   traced->tracePtr = trace;
 }
 
+void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName) {
+  const ActiveCommandTrace* const deleting = Private(interp)->activeCmdTracePtr;
+  EndWalks(deleting->nextPtr, deleting->cmdPtr);
+  if (strncmp(oldName, "::", 2) == 0 && strstr(oldName + 2, "::") == nullptr) {
+    deleting->cmdPtr->nsPtr = GlobalNamespace(interp);
+  }
+}
+
 void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command,
                                        Tcl_CommandTraceProc* proc,
                                        ClientData clientData) {
+  EndWalks(Private(interp)->activeCmdTracePtr, Private(command));
   CommandTrace** link = &Private(command)->tracePtr;
-  CommandTrace* previous = nullptr;
   while (*link != nullptr &&
          ((*link)->traceProc != proc || (*link)->clientData != clientData)) {
-    previous = *link;
-    link = &previous->nextPtr;
+    link = &(*link)->nextPtr;
   }
   CommandTrace* const trace = *link;
   if (trace == nullptr) {
     return;
-  }
-  // Whoever is walking the list at this moment must not step onto it.
-  for (ActiveCommandTrace* active = Private(interp)->activeCmdTracePtr;
-       active != nullptr; active = active->nextPtr) {
-    if (active->nextTracePtr == trace) {
-      active->nextTracePtr = active->reverseScan ? previous : trace->nextPtr;
-    }
   }
   *link = trace->nextPtr;
   trace->flags = 0;

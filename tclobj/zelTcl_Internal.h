@@ -49,6 +49,9 @@ bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command);
 // True iff something queued with Tcl_NRAddCallback runs when the command that
 // is running now has ended: Tcl 8.6, and not called from C alone.
 bool zelTcl_Internal_CanQueue(Tcl_Interp* interp);
+// Makes a deleted command, which Tcl may still find while it is being renamed,
+// do `gone` with no client data.
+void zelTcl_Internal_Disarm(Tcl_Command command, Tcl_ObjCmdProc* gone);
 // For a delete procedure that runs scripts. While Tcl replaces a command, it
 // goes on with the namespace and the name that the old one has after its end,
 // whatever a script has done to them. Home is the namespace of the command at
@@ -65,13 +68,20 @@ bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc);
 // Attaches `proc` as a TCL_TRACE_RENAME trace to the command itself, whatever
 // name it has or namespace is current. It is called with TCL_TRACE_DELETE, too,
-// and has to remove itself then: Tcl frees the traces of a command that goes
-// while a walk over them, for a rename under way, still points to the next one.
+// and has to call BeforeDeletion then. Requires: no other trace is there; those
+// set later come first.
 void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc,
                                     ClientData clientData);
-// Removes that trace where present, also from inside it. Leaves the
-// interpreter's result alone.
+// For the delete trace above, with the name that Tcl gives it. Tcl is about to
+// free all traces of the command. If it is in the middle of a walk over them,
+// for a rename, no more are called there: it would go on to one that is freed.
+// It is also about to release the namespace of the command: if a delete trace
+// has moved the command away from the global namespace, this names that again.
+void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName);
+// Removes that trace where present, and ends all walks over those of the
+// command, which is about to be deleted. Without it, Tcl spends no time on
+// calling delete traces where there are no others.
 void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command,
                                        Tcl_CommandTraceProc* proc,
                                        ClientData clientData);
