@@ -12,7 +12,8 @@
 // 1. Each record is linked into the list of active calls from Begin to End,
 //    newest first.
 // 2. `frame` is set only between the push of the call's frame and End, and no
-//    other frame can have that address then.
+//    other frame can have that address then: End runs right after the pop,
+//    before any script.
 
 #ifndef TCLOBJ_ZELTCL_CALL_H
 #define TCLOBJ_ZELTCL_CALL_H

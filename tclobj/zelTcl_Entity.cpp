@@ -33,6 +33,32 @@ struct TNewNames {
   char* quoted = nullptr;
 };
 
+// The name that an entity is about to have, for the length of a move that runs
+// scripts: no other may take it meanwhile.
+class TReservedName final {
+ public:
+  explicit TReservedName(const char* name) : name_(name), outer_(gInnermost) {
+    gInnermost = this;
+  }
+  TReservedName(const TReservedName&) = delete;
+  TReservedName& operator=(const TReservedName&) = delete;
+  ~TReservedName() { gInnermost = outer_; }
+  static bool Has(const char* name) {
+    const TReservedName* reserved = gInnermost;
+    while (reserved != nullptr && strcmp(reserved->name_, name) != 0) {
+      reserved = reserved->outer_;
+    }
+    return reserved != nullptr;
+  }
+
+ private:
+  static TReservedName* gInnermost;
+
+  const char* name_;
+  TReservedName* outer_;
+};
+TReservedName* TReservedName::gInnermost = nullptr;
+
 zelTcl_TEntity* EntityOf(ClientData clientData) {
   return static_cast<zelTcl_TEntity*>(clientData);
 }
@@ -62,7 +88,7 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
     return 1;
   }
   SetNameObj(Tcl_DuplicateObj(name));
-  if (zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr) {
+  if (HasNamesake()) {
     return Fail(interp, "a ", typeString, " with that name already exists");
   }
   int exists = 0;
@@ -70,8 +96,12 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
     Dispose();
     return 1;
   }
-  if (!zelTcl_Obj_Serves()) {  // ended by a redefined helper procedure
+  // A redefined helper procedure may have done anything.
+  if (!zelTcl_Obj_Serves()) {
     return Fail(interp, cUnloaded, "", "");
+  }
+  if (HasNamesake()) {
+    return Fail(interp, "a ", typeString, " with that name already exists");
   }
   if (exists != 0) {
     return Fail(interp, "a global variable with that name already exists", "",
@@ -120,13 +150,18 @@ int zelTcl_TEntity::MakeWay(Tcl_Interp* interp, const char* commandName) {
   if (!zelTcl_Obj_Serves()) {
     return Fail(interp, cUnloaded, "", "");
   }
-  if (zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr) {
+  if (HasNamesake()) {
     return Fail(interp, "a ", typeString, " with that name already exists");
   }
   return Tcl_FindCommand(interp, commandName, nullptr, TCL_GLOBAL_ONLY) ==
                  nullptr
              ? 0
              : Fail(interp, cCommandExists, "", "");
+}
+
+bool zelTcl_TEntity::HasNamesake() const {
+  return zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr ||
+         TReservedName::Has(stringName);
 }
 
 int zelTcl_TEntity::Fail(Tcl_Interp* interp, const char* ending,
@@ -178,27 +213,31 @@ int zelTcl_TEntity::RenamedNR(ClientData data[], Tcl_Interp* interp,
 }
 
 // Gives the entity the name that its command has. Meanwhile traces may rename
-// the command again, or end it, in a constructor without the object.
+// the command again, or end it, in a constructor without the object. A name
+// that could not be had is not asked for twice.
 void zelTcl_TEntity::FollowCommand(Tcl_Interp* interp) {
   const zelTcl_TRecordRef<zelTcl_TEntity> self(this);
-  zelTcl_TObjRef followed;
+  zelTcl_TObjRef tried;
   while (command != nullptr) {
     const zelTcl_TObjRef actual(Tcl_NewObj());
     Tcl_GetCommandFullName(interp, command, actual.get());
     const char* const name = WithoutGlobalPrefix(Tcl_GetString(actual.get()));
     if (strcmp(name, WithoutGlobalPrefix(stringName)) == 0 ||
-        (followed.get() != nullptr &&
-         strcmp(name, Tcl_GetString(followed.get())) == 0)) {
+        (tried.get() != nullptr &&
+         strcmp(name, Tcl_GetString(tried.get())) == 0)) {
       followsRenames = true;
       return;
     }
-    followed.Reset(Tcl_NewStringObj(name, -1));
+    tried.Reset(Tcl_NewStringObj(name, -1));
     const zelTcl_TObjRef left(nameObj);
-    if (!FollowName(interp, name)) {
-      return;
-    }
-    if (nameObj != left.get()) {
-      LetFollow(interp, Tcl_GetString(left.get()));
+    switch (FollowName(interp, name)) {
+      case TMove::kDone:
+        LetFollow(interp, Tcl_GetString(left.get()));
+        break;
+      case TMove::kRefused:
+        break;
+      case TMove::kFailed:
+        return;
     }
   }
 }
@@ -222,10 +261,11 @@ void zelTcl_TEntity::LetFollow(Tcl_Interp* interp, const char* name) {
 }
 
 // Moves array, registry entry and names to the new name. Where that is taken or
-// memory runs out, the entity keeps its own, and a later rename may succeed.
-// Returns: false where the entity is gone, or a helper procedure has failed: it
-// follows no rename any more.
-bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
+// memory runs out, the entity keeps its own: kRefused, and a later rename may
+// succeed. Where it is gone, or a helper procedure has failed, it follows no
+// rename any more: kFailed.
+zelTcl_TEntity::TMove zelTcl_TEntity::FollowName(Tcl_Interp* interp,
+                                                 const char* newName) {
   // Whatever can fail for want of memory comes first.
   TNewNames names;
   if (zelTcl_Obj_UpdateStringNames(newName, &names.string, &names.quoted,
@@ -233,20 +273,17 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
     fprintf(stderr,
             "PANIC: no more memory while renaming %s \"%s\" to \"%s\"\n",
             typeString, stringName, newName);
-    return true;
+    return TMove::kRefused;
   }
   // Another entity may be registered under a name that its command has lost: in
   // its constructor, or by a rename to a name that no array can have.
   if (IsTaken(names.string)) {
-    return true;
+    return TMove::kRefused;
   }
-  switch (MoveArray(interp, names.string)) {
-    case TMove::kDone:
-      break;
-    case TMove::kRefused:
-      return true;
-    case TMove::kFailed:
-      return false;
+  const TReservedName reserved(names.string);
+  const TMove moved = MoveArray(interp, names.string);
+  if (moved != TMove::kDone) {
+    return moved;
   }
   Tcl_HashEntry* const oldEntry = Tcl_FindHashEntry(table, stringName);
   if (oldEntry == nullptr) {
@@ -254,7 +291,7 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
             "PANIC: entry not found in the the string to pointer hash entry "
             "while renaming %s \"%s\" to \"%s\"\n",
             typeString, stringName, names.string);
-    return false;
+    return TMove::kFailed;
   }
   int isNew = 0;
   Tcl_HashEntry* const newEntry =
@@ -264,7 +301,7 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
             "PANIC: new name already exist in the the string to pointer hash "
             "entry while renaming %s \"%s\" to \"%s\"\n",
             typeString, stringName, names.string);
-    return false;
+    return TMove::kFailed;
   }
   Tcl_SetHashValue(newEntry, this);
   Tcl_DeleteHashEntry(oldEntry);
@@ -272,18 +309,19 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
   std::swap(stringName, names.string);
   std::swap(protectedString, names.quoted);
   SetNameObj(Tcl_NewStringObj(stringName, -1));
-  return true;
+  return TMove::kDone;
 }
 
 bool zelTcl_TEntity::IsTaken(const char* name) {
   const zelTcl_TObjRef value(Tcl_NewStringObj(name, -1));
   return zelTcl_Obj_ClassFromTclObj(value.get(), nullptr) != nullptr ||
-         zelTcl_Obj_ObjectFromTclObj(value.get(), nullptr) != nullptr;
+         zelTcl_Obj_ObjectFromTclObj(value.get(), nullptr) != nullptr ||
+         TReservedName::Has(name);
 }
 
 // Moves the global array from the present name to the new one, over whatever
-// variable is there that belongs to no entity. Traces may run scripts at each
-// step, which may end this entity or give its new name to another.
+// variable is there. Traces may run scripts at each step, which may end this
+// entity.
 zelTcl_TEntity::TMove zelTcl_TEntity::MoveArray(Tcl_Interp* interp,
                                                 const char* newName) {
   int exists = 0;
@@ -291,8 +329,9 @@ zelTcl_TEntity::TMove zelTcl_TEntity::MoveArray(Tcl_Interp* interp,
     return TMove::kFailed;
   }
   if (exists != 0) {
-    if (IsTaken(newName)) {
-      return TMove::kRefused;
+    if (!IsGone() &&
+        zelTcl_Internal_IsSameGlobal(interp, stringName, newName)) {
+      return TMove::kDone;  // a script has linked the new name to the array
     }
     (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
   }
@@ -306,18 +345,15 @@ zelTcl_TEntity::TMove zelTcl_TEntity::MoveArray(Tcl_Interp* interp,
     if (zelTcl_Obj_CloneGlobalArray(interp, old, newName) != TCL_OK) {
       return TMove::kFailed;
     }
-    if (!IsGone() && !IsTaken(newName)) {
+    if (!IsGone()) {
       (void)Tcl_UnsetVar(interp, old, TCL_GLOBAL_ONLY);
     }
-    if (IsGone() && !IsTaken(newName)) {
+    if (IsGone()) {
       // It went with its old array; the copy must not stay behind.
       (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
     }
   }
-  if (IsGone()) {
-    return TMove::kFailed;
-  }
-  return IsTaken(newName) ? TMove::kRefused : TMove::kDone;
+  return IsGone() ? TMove::kFailed : TMove::kDone;
 }
 
 // ---- The array --------------------------------------------------------------
@@ -366,11 +402,8 @@ void zelTcl_TEntity::Dispose() {
     zelTcl_Obj_DeregisterEntity(this);
     registered = 0;
   }
-  zelTcl_Obj_FreeStringNames(&stringName, &protectedString);
-}
-
-zelTcl_TEntity::~zelTcl_TEntity() {
   zelTcl_SetObj(&nameObj, nullptr);
+  zelTcl_Obj_FreeStringNames(&stringName, &protectedString);
 }
 
 void zelTcl_TEntity::Retire() {
@@ -405,18 +438,13 @@ void zelTcl_EntityDeleteCmdHandler(ClientData clientData) {
   if (entity->IsCommandGoing()) {
     return;
   }
-  const Tcl_Command command = entity->Command();
-  Namespace* const home = zelTcl_Internal_Home(command);
-  const zelTcl_TObjRef name(entity->NameObj());
-  const bool endedByTcl = !entity->EndsCommand();
+  zelTcl_TCommandEnd commandEnd(entity->Command(), !entity->EndsCommand());
   entity->CommandDeleted();
   entity->Release();  // the command's reference
-  zelTcl_Internal_Disarm(command, GoneHandler);
-  zelTcl_Internal_SetHome(command, home);
   Tcl_Interp* const interp = zelTcl_Obj_Interp();
-  if (endedByTcl && interp != nullptr && !Tcl_InterpDeleted(interp)) {
-    zelTcl_Internal_ShelterSuccessor(interp, Tcl_GetString(name.get()));
-  }
+  commandEnd.Finish(
+      interp == nullptr || Tcl_InterpDeleted(interp) ? nullptr : interp,
+      GoneHandler);
 }
 
 void zelTcl_EntityRenameCallback(ClientData clientData, Tcl_Interp* interp,

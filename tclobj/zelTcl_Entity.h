@@ -102,17 +102,12 @@ class zelTcl_TEntity {
   zelTcl_TEntityType Type() const { return type; }
   const char* TypeString() const { return typeString; }
   Tcl_HashTable* Table() const { return table; }
-  // Null once the entity is disposed, as the next one.
+  // Null once the entity is disposed, as the next two.
   char* StringName() const { return stringName; }
   const char* ProtectedString() const { return protectedString; }
+  Tcl_Obj* NameObj() const { return nameObj; }
   // Null once Tcl has called the delete procedure.
   Tcl_Command Command() const { return command; }
-  // The last name remains until the record is freed.
-  Tcl_Obj* NameObj() const { return nameObj; }
-  // True iff this very value is the entity's name, and still its own.
-  bool IsNamed(const Tcl_Obj* name) const {
-    return nameObj == name && stringName != nullptr;
-  }
 
   // The entity's array, found once and then held; null where the plain upvar
   // line must make the link (qualified names and those that look like array
@@ -125,8 +120,8 @@ class zelTcl_TEntity {
 
  protected:
   zelTcl_TEntity() = default;
-  ~zelTcl_TEntity();
-  // True iff an entity of either type bears the name.
+  ~zelTcl_TEntity() = default;
+  // True iff an entity of either type bears the name, or will in a moment.
   static bool IsTaken(const char* name);
   // Deletes the record as the type it is.
   virtual void Free() = 0;
@@ -144,6 +139,7 @@ class zelTcl_TEntity {
  private:
   int Fail(Tcl_Interp* interp, const char* ending, const char* word,
            const char* rest);
+  bool HasNamesake() const;
   int MakeWay(Tcl_Interp* interp, const char* commandName);
   void SetNameObj(Tcl_Obj* name);
   Var* FindArrayVar(Tcl_Interp* interp);
@@ -153,7 +149,7 @@ class zelTcl_TEntity {
   void FollowCommand(Tcl_Interp* interp);
   static void LetFollow(Tcl_Interp* interp, const char* name);
   TMove MoveArray(Tcl_Interp* interp, const char* newName);
-  bool FollowName(Tcl_Interp* interp, const char* newName);
+  TMove FollowName(Tcl_Interp* interp, const char* newName);
 
   int refCount = 1;            // see the head of this file
   bool endsCommand = false;    // Dispose deletes the command

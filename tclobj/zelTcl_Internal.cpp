@@ -15,6 +15,7 @@
 #include "tclobj/zelTcl_Internal.h"
 
 #include <cstring>
+#include <string_view>
 #include <tclInt.h>
 
 #include "tclobj/zelTcl_Handles.h"
@@ -159,9 +160,13 @@ void ReleaseLocals(CallFrame* frame) {
   }
 }
 
+// The data of the core's callback for the end of a procedure. It uses two of
+// the four: the name word and the function that writes the error trace.
+enum { kNameWord, kErrorProc, kEndData, kEndProc };
+
 int HookedEnd(ClientData data[], Tcl_Interp* interp, int result) {
-  ClientData endData[4] = {data[2], nullptr, nullptr, nullptr};
-  auto* const end = reinterpret_cast<Tcl_NRPostProc*>(data[3]);
+  ClientData endData[4] = {data[kEndData], nullptr, nullptr, nullptr};
+  auto* const end = reinterpret_cast<Tcl_NRPostProc*>(data[kEndProc]);
   ReleaseLocals(Private(interp)->varFramePtr);
   return end(endData, interp, gProcEnd(data, interp, result));
 }
@@ -181,11 +186,12 @@ bool MoveCommand(Command* command, const char* name) {
   return isNew != 0;
 }
 
-int LeaveShelterNR(ClientData data[], Tcl_Interp* interp, int result) {
+int LeaveShelterNR(ClientData data[], Tcl_Interp* /*interp*/, int result) {
   auto* const command = static_cast<Command*>(data[0]);
   auto* const name = static_cast<Tcl_Obj*>(data[1]);
   if ((command->flags & CMD_IS_DELETED) == 0 &&
       !MoveCommand(command, Tcl_GetString(name))) {
+    Tcl_Interp* const interp = command->nsPtr->interp;
     const zelTcl_TSavedState saved(interp);
     (void)Tcl_DeleteCommandFromToken(interp,
                                      reinterpret_cast<Tcl_Command>(command));
@@ -193,6 +199,37 @@ int LeaveShelterNR(ClientData data[], Tcl_Interp* interp, int result) {
   Tcl_DecrRefCount(name);
   DropCommand(command);
   return result;
+}
+
+bool IsDying(const Namespace* space) {
+  return (space->flags & (NS_DYING | NS_DEAD)) != 0;
+}
+
+// Makes a name free by giving the command that has it another one until what is
+// running has ended, in this interpreter or a parent.
+// Returns: false where the name stays taken.
+bool TakeShelter(Tcl_Interp* interp, Namespace* space, const char* name) {
+  Tcl_HashEntry* const entry = Tcl_FindHashEntry(&space->cmdTable, name);
+  if (entry == nullptr) {
+    return true;
+  }
+  auto* const command = static_cast<Command*>(Tcl_GetHashValue(entry));
+  while (interp != nullptr && !zelTcl_Internal_CanQueue(interp)) {
+    interp = Tcl_GetMaster(interp);
+  }
+  if (interp == nullptr || (command->flags & CMD_IS_DELETED) != 0 ||
+      command->hPtr != entry) {  // the old entry of one that is being renamed
+    return false;
+  }
+  Tcl_Obj* const oldName = Tcl_NewStringObj(name, -1);
+  Tcl_IncrRefCount(oldName);
+  const zelTcl_TObjRef shelter(Tcl_DuplicateObj(oldName));
+  do {
+    Tcl_AppendToObj(shelter.get(), " ", 1);
+  } while (!MoveCommand(command, Tcl_GetString(shelter.get())));
+  command->refCount++;
+  Tcl_NRAddCallback(interp, LeaveShelterNR, command, oldName, nullptr, nullptr);
+  return true;
 }
 
 // Ends walks over the traces of the command, from the given one outwards.
@@ -261,44 +298,6 @@ bool zelTcl_Internal_CanQueue(Tcl_Interp* interp) {
   return gCanReturnEarly && Private(interp)->numLevels > 0;
 }
 
-void zelTcl_Internal_Disarm(Tcl_Command command, Tcl_ObjCmdProc* gone) {
-  // Tcl itself clears the function that it asks for second.
-  if (gCanReturnEarly) {
-    Private(command)->nreProc = gone;
-  }
-  Private(command)->objClientData = nullptr;
-}
-
-Namespace* zelTcl_Internal_Home(Tcl_Command command) {
-  return Private(command)->nsPtr;
-}
-
-void zelTcl_Internal_SetHome(Tcl_Command command, Namespace* home) {
-  Private(command)->nsPtr = home;
-}
-
-void zelTcl_Internal_ShelterSuccessor(Tcl_Interp* interp, const char* name) {
-  Command* const successor =
-      Private(Tcl_FindCommand(interp, name, nullptr, TCL_GLOBAL_ONLY));
-  if (successor == nullptr || (successor->flags & CMD_IS_DELETED) != 0 ||
-      (successor->nsPtr->flags & (NS_DYING | NS_DEAD)) != 0 ||
-      !zelTcl_Internal_CanQueue(interp)) {
-    return;
-  }
-  const zelTcl_TObjRef simpleName(
-      Tcl_NewStringObj(static_cast<const char*>(Tcl_GetHashKey(
-                           &successor->nsPtr->cmdTable, successor->hPtr)),
-                       -1));
-  const zelTcl_TObjRef shelter(Tcl_DuplicateObj(simpleName.get()));
-  do {
-    Tcl_AppendToObj(shelter.get(), " ", 1);
-  } while (!MoveCommand(successor, Tcl_GetString(shelter.get())));
-  successor->refCount++;
-  Tcl_IncrRefCount(simpleName.get());
-  Tcl_NRAddCallback(interp, LeaveShelterNR, successor, simpleName.get(),
-                    nullptr, nullptr);
-}
-
 bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc) {
   const CommandTrace* trace = Private(command)->tracePtr;
@@ -323,14 +322,6 @@ void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
   trace->nextPtr = traced->tracePtr;
   trace->refCount = 1;
   traced->tracePtr = trace;
-}
-
-void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName) {
-  const ActiveCommandTrace* const deleting = Private(interp)->activeCmdTracePtr;
-  EndWalks(deleting->nextPtr, deleting->cmdPtr);
-  if (strncmp(oldName, "::", 2) == 0 && strstr(oldName + 2, "::") == nullptr) {
-    deleting->cmdPtr->nsPtr = GlobalNamespace(interp);
-  }
 }
 
 void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command,
@@ -377,6 +368,81 @@ bool zelTcl_Internal_IsUntouched(const zelTcl_TWatchedCommand& watched) {
   return watched.command != nullptr &&
          watched.command->cmdEpoch == watched.epoch &&
          watched.command->tracePtr == nullptr;
+}
+
+// ---- The end of a command ---------------------------------------------------
+
+void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName) {
+  const ActiveCommandTrace* const deleting = Private(interp)->activeCmdTracePtr;
+  Command* const command = deleting->cmdPtr;
+  EndWalks(deleting->nextPtr, command);
+  const char* tail = oldName;
+  for (const char* colons = strstr(tail, "::"); colons != nullptr;
+       colons = strstr(tail, "::")) {
+    tail = colons + 2;
+  }
+  if (tail == oldName + 2) {
+    command->nsPtr = GlobalNamespace(interp);
+  } else if (std::string_view(command->nsPtr->fullName) !=
+             std::string_view(oldName, tail - oldName - 2)) {
+    return;
+  }
+  Namespace* const home = command->nsPtr;
+  Tcl_HashEntry* entry = Tcl_FindHashEntry(&home->cmdTable, tail);
+  if ((entry != nullptr && entry == command->hPtr) || IsDying(home) ||
+      !TakeShelter(interp, home, tail)) {
+    return;
+  }
+  int isNew = 0;
+  entry = Tcl_CreateHashEntry(&home->cmdTable, tail, &isNew);
+  Tcl_SetHashValue(entry, command);
+  if (command->hPtr != nullptr) {
+    Tcl_DeleteHashEntry(command->hPtr);
+  }
+  command->hPtr = entry;
+}
+
+zelTcl_TCommandEnd::zelTcl_TCommandEnd(Tcl_Command command, bool replaced)
+    : command_(Private(command)), home_(command_->nsPtr) {
+  if (replaced && command_->hPtr != nullptr) {
+    name_.Reset(Tcl_NewStringObj(static_cast<const char*>(Tcl_GetHashKey(
+                                     command_->hPtr->tablePtr, command_->hPtr)),
+                                 -1));
+    if (home_->parentPtr != nullptr) {
+      homeName_.Reset(Tcl_NewStringObj(home_->fullName, -1));
+    }
+  }
+}
+
+// Where it is not, Tcl may keep it, but nothing here does.
+bool zelTcl_TCommandEnd::IsHomeAlive(Tcl_Interp* interp) const {
+  return homeName_.get() == nullptr ||
+         Tcl_FindNamespace(interp, Tcl_GetString(homeName_.get()), nullptr,
+                           TCL_GLOBAL_ONLY) ==
+             reinterpret_cast<Tcl_Namespace*>(home_);
+}
+
+void zelTcl_TCommandEnd::Finish(Tcl_Interp* interp, Tcl_ObjCmdProc* gone) {
+  if (gCanReturnEarly) {
+    command_->nreProc = gone;  // the other function is cleared by Tcl
+  }
+  command_->objClientData = nullptr;
+  command_->nsPtr = home_;
+  if (interp == nullptr) {
+    return;
+  }
+  // Tcl passes imports on to the command that replaces this one.
+  const ImportRef* import = nullptr;
+  while ((command_->flags & CMD_REDEF_IN_PROGRESS) == 0 &&
+         command_->importRefPtr != nullptr &&
+         command_->importRefPtr != import) {
+    import = command_->importRefPtr;
+    (void)Tcl_DeleteCommandFromToken(
+        interp, reinterpret_cast<Tcl_Command>(import->importedCmdPtr));
+  }
+  if (name_.get() != nullptr && IsHomeAlive(interp)) {
+    (void)TakeShelter(interp, home_, Tcl_GetString(name_.get()));
+  }
 }
 
 // ---- Procedures -------------------------------------------------------------
@@ -459,14 +525,11 @@ bool zelTcl_Internal_CanHookEnd() {
   return gCanHookEnd;
 }
 
-// The core's callback for the end of a procedure uses two of its four data: the
-// name word and the function that writes the error trace. The other two are
-// free for HookEnd.
-
 void zelTcl_Internal_RecognizeEnd(Tcl_Interp* interp, Tcl_Obj* nameWord) {
   const NRE_callback* const end = TOP_CB(interp)->nextPtr;
-  gCanHookEnd = end->data[0] == nameWord && end->data[1] != nullptr &&
-                end->data[2] == nullptr && end->data[3] == nullptr;
+  gCanHookEnd =
+      end->data[kNameWord] == nameWord && end->data[kErrorProc] != nullptr &&
+      end->data[kEndData] == nullptr && end->data[kEndProc] == nullptr;
 }
 
 void zelTcl_Internal_HookEnd(Tcl_Interp* interp, Tcl_NRPostProc* end,
@@ -474,8 +537,8 @@ void zelTcl_Internal_HookEnd(Tcl_Interp* interp, Tcl_NRPostProc* end,
   NRE_callback* const callback = TOP_CB(interp)->nextPtr;
   gProcEnd = callback->procPtr;
   callback->procPtr = HookedEnd;
-  callback->data[2] = clientData;
-  callback->data[3] = reinterpret_cast<ClientData>(end);
+  callback->data[kEndData] = clientData;
+  callback->data[kEndProc] = reinterpret_cast<ClientData>(end);
 }
 
 // ---- Frames -----------------------------------------------------------------
@@ -578,6 +641,12 @@ Var* zelTcl_Internal_HoldGlobalVar(Tcl_Interp* interp, Tcl_Obj* name) {
     VarHashRefCount(var)++;
   }
   return var;
+}
+
+bool zelTcl_Internal_IsSameGlobal(Tcl_Interp* interp, const char* first,
+                                  const char* second) {
+  const Var* const var = FindGlobalVar(interp, first);
+  return var != nullptr && var == FindGlobalVar(interp, second);
 }
 
 bool zelTcl_Internal_VarIsStale(const Var* var) {

@@ -10,6 +10,8 @@
 
 #include <tcl.h>
 
+#include "tclobj/zelTcl_Handles.h"
+
 struct CallFrame;
 struct Command;
 struct Namespace;
@@ -49,20 +51,6 @@ bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command);
 // True iff something queued with Tcl_NRAddCallback runs when the command that
 // is running now has ended: Tcl 8.6, and not called from C alone.
 bool zelTcl_Internal_CanQueue(Tcl_Interp* interp);
-// Makes a deleted command, which Tcl may still find while it is being renamed,
-// do `gone` with no client data.
-void zelTcl_Internal_Disarm(Tcl_Command command, Tcl_ObjCmdProc* gone);
-// For a delete procedure that runs scripts. While Tcl replaces a command, it
-// goes on with the namespace and the name that the old one has after its end,
-// whatever a script has done to them. Home is the namespace of the command at
-// the beginning; at the end, SetHome names it again for Tcl's own books, and
-// ShelterSuccessor looks for another command that bears the name: Tcl would
-// free its memory and go on using it. That one gets a name of its own until the
-// running command has ended; then it is deleted as it should be where a third
-// has taken the place, or gets its name back.
-Namespace* zelTcl_Internal_Home(Tcl_Command command);
-void zelTcl_Internal_SetHome(Tcl_Command command, Namespace* home);
-void zelTcl_Internal_ShelterSuccessor(Tcl_Interp* interp, const char* name);
 // True iff a trace with another function than `proc` is on the command.
 bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc);
@@ -73,12 +61,6 @@ bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
 void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc,
                                     ClientData clientData);
-// For the delete trace above, with the name that Tcl gives it. Tcl is about to
-// free all traces of the command. If it is in the middle of a walk over them,
-// for a rename, no more are called there: it would go on to one that is freed.
-// It is also about to release the namespace of the command: if a delete trace
-// has moved the command away from the global namespace, this names that again.
-void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName);
 // Removes that trace where present, and ends all walks over those of the
 // command, which is about to be deleted. Without it, Tcl spends no time on
 // calling delete traces where there are no others.
@@ -92,6 +74,46 @@ void zelTcl_Internal_Watch(Tcl_Interp* interp, const char* name,
 void zelTcl_Internal_Unwatch(zelTcl_TWatchedCommand* watched);
 // True iff the command watched is still there under its name and untraced.
 bool zelTcl_Internal_IsUntouched(const zelTcl_TWatchedCommand& watched);
+
+// ---- The end of a command ---------------------------------------------------
+//
+// Tcl goes on with a command that it deletes as if no script had run meanwhile:
+// through the traces that it has freed, with the namespace that the command is
+// in now, and, where it replaces the command, with whatever has the name then:
+// it frees that, although others hold it. What follows puts things back to
+// where Tcl expects them.
+//
+// Another command under the name takes shelter: it has a name of its own until
+// the running command has ended. Then it is deleted as it should be, if a third
+// one has taken the place, or gets its name back. On Tcl 8.5, and where nothing
+// is running, there is no shelter.
+
+// For the delete trace of AddRenameTrace, with the name that Tcl gives it: the
+// last delete trace has run. No walk over the traces, for a rename under way,
+// goes on, and the command has its name and namespace again. One that a trace
+// has moved out of a namespace, not the global one, stays where it is.
+void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName);
+
+// For the length of a delete procedure that runs scripts.
+class zelTcl_TCommandEnd final {
+ public:
+  // Remembers the place of the command. `replaced` is false where Tcl cannot be
+  // replacing it, and no shelter is needed.
+  zelTcl_TCommandEnd(Tcl_Command command, bool replaced);
+  // What is left of the command does `gone`, without client data, if it is
+  // called: during a rename, Tcl may still find it. Imports made by a script
+  // are deleted, as those before were. `interp` is null if it has been deleted.
+  // Re-entry: delete traces of imports run scripts.
+  void Finish(Tcl_Interp* interp, Tcl_ObjCmdProc* gone);
+
+ private:
+  bool IsHomeAlive(Tcl_Interp* interp) const;
+
+  Command* command_;  // held by Tcl until the delete procedure has returned
+  Namespace* home_;
+  zelTcl_TObjRef homeName_;  // null for the global namespace
+  zelTcl_TObjRef name_;      // null without need or name
+};
 
 // ---- Procedures -------------------------------------------------------------
 
@@ -161,6 +183,9 @@ int zelTcl_Internal_CopyGlobalArray(Tcl_Interp* interp, const char* source,
 // reference so that it stays the one that scripts reach by the name. Requires:
 // a name without "::" or parentheses. Drop with ReleaseVar.
 Var* zelTcl_Internal_HoldGlobalVar(Tcl_Interp* interp, Tcl_Obj* name);
+// True iff both names lead to the same global variable, one by a link.
+bool zelTcl_Internal_IsSameGlobal(Tcl_Interp* interp, const char* first,
+                                  const char* second);
 // True iff the name no longer leads to this variable.
 bool zelTcl_Internal_VarIsStale(const Var* var);
 void zelTcl_Internal_ReleaseVar(Var* var);

@@ -329,7 +329,7 @@ void zelTcl_TObject::Dispose() {
       (void)Destruct(interp);
     }
   }
-  if (inDestructor && leftName == nullptr && StringName() != nullptr) {
+  if (inDestructor && leftName == nullptr && NameObj() != nullptr) {
     zelTcl_SetObj(&leftName, NameObj());
     (void)Tcl_UnsetVar(interp, StringName(), TCL_GLOBAL_ONLY);
   }
