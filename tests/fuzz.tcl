@@ -242,11 +242,12 @@ proc op {} {
     set words [eval list [pick $F(ops)]]
     lassign [string map [list "coroutine $co " ""] $words] cmd word type name
     # Tcl itself does not survive it when a command is replaced that is being
-    # renamed, or a procedure that comes back while it is replaced; nor must a
-    # coroutine end that is running.
+    # renamed, or a procedure comes back while it is replaced, or goes while it
+    # is renamed; nor must a coroutine end that is running.
     set replaces [expr {$cmd eq "proc"
                         || $cmd ne "rename" && [string match *::* $word]}]
-    set F(x,mute) [expr {$replaces && [life $word] eq ""}]
+    set F(x,mute) [expr {($replaces || $cmd eq "rename")
+                         && [life $word] eq ""}]
     set calm [expr {$F(x,clean) && !$F(wild)}]
     if {$cmd eq "this" && ![info exists object] || $replaces && $F(x,renaming)
         || $co in $words && !($calm && [info coroutine] eq "")} {
