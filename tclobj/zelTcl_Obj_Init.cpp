@@ -1,6 +1,5 @@
 #include "tclobj/zelTcl_Obj_Init.h"
 
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -468,19 +467,6 @@ zelTcl_TEntity* zelTclObjEntityFromTclObj(Tcl_Obj* name, Tcl_HashTable* table,
   return nullptr;
 }
 
-// Letters, digits and underscores need no quoting in a list.
-bool IsWord(const char* name) {
-  if (*name == '\0') {
-    return false;
-  }
-  for (; *name != '\0'; ++name) {
-    if (isalnum(static_cast<unsigned char>(*name)) == 0 && *name != '_') {
-      return false;
-    }
-  }
-  return true;
-}
-
 char* CopyText(const char* text, std::size_t length) {
   char* copy = nullptr;
   (void)zel_Malloc(copy, static_cast<unsigned>(length + 1));
@@ -571,8 +557,9 @@ char* zelTcl_Obj_NewText(const char* first, const char* second,
 int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
                                  char** protectedString, Tcl_Interp* interp) {
   char* string = CopyText(name, strlen(name));
-  char* quoted =
-      string == nullptr || IsWord(name) ? string : CopyAsElement(name);
+  char* quoted = string == nullptr || zelTcl_Obj_IsWord(name)
+                     ? string
+                     : CopyAsElement(name);
   if (quoted == nullptr) {
     zel_TestAndFree(string);
     if (interp != nullptr) {
@@ -627,6 +614,15 @@ int CallHelper(Tcl_Interp* interp, const char* helper, Tcl_Obj* first,
 }
 
 }  // namespace
+
+bool zelTcl_Obj_IsWord(const char* text) {
+  const char* end = text;
+  while ((*end >= 'a' && *end <= 'z') || (*end >= 'A' && *end <= 'Z') ||
+         (*end >= '0' && *end <= '9') || *end == '_') {
+    ++end;
+  }
+  return *end == '\0' && end != text;
+}
 
 bool zelTcl_Obj_IsSimpleName(const char* name) {
   return strchr(name, '(') == nullptr && strstr(name, "::") == nullptr;
