@@ -228,8 +228,8 @@ const zelTcl_TCall* zelTcl_TCall::Current(Tcl_Interp* interp) {
   if (!zelTcl_kFastPaths || call == nullptr || call->frame == nullptr ||
       call->frame != zelTcl_Internal_VarFrame(interp) ||
       !zelTcl_Internal_FrameHolds(call->frame, call->lease.proc, call->words) ||
-      call->object->NameObj() != call->words[1] ||
-      call->method->definingClass->NameObj() != call->words[2]) {
+      call->object->KnownNameObj() != call->words[1] ||
+      call->method->definingClass->KnownNameObj() != call->words[2]) {
     return nullptr;
   }
   return call;

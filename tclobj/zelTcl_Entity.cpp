@@ -41,7 +41,7 @@ zelTcl_TEntity* EntityOf(ClientData clientData) {
 // even when a script run there has deleted it.
 bool RefuseDisposed(Tcl_Interp* interp, const zelTcl_TEntity* entity,
                     Tcl_Obj* const objv[]) {
-  if (entity->NameObj() != nullptr) {
+  if (entity->StringName() != nullptr) {
     return false;
   }
   Tcl_AppendResult(interp, "invalid command name \"", Tcl_GetString(objv[0]),
@@ -64,12 +64,12 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
     Dispose();
     return 1;
   }
-  SetNameObj(Tcl_DuplicateObj(name));
-  if (zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr) {
+  simpleName = zelTcl_Obj_IsSimpleName(stringName);
+  if (zelTcl_Obj_EntityFromTclObj(type, name, nullptr) != nullptr) {
     return Fail(interp, "a ", typeString, " with that name already exists");
   }
   int exists = 0;
-  if (zelTcl_Obj_GlobalExists(interp, nameObj, &exists) != TCL_OK) {
+  if (zelTcl_Obj_GlobalExists(interp, name, &exists) != TCL_OK) {
     Dispose();
     return 1;
   }
@@ -123,7 +123,7 @@ int zelTcl_TEntity::MakeWay(Tcl_Interp* interp, const char* commandName) {
   if (!zelTcl_Obj_Serves()) {
     return Fail(interp, cUnloaded, "", "");
   }
-  if (zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr) {
+  if (zelTcl_Obj_EntityFromTclObj(type, NameObj(), nullptr) != nullptr) {
     return Fail(interp, "a ", typeString, " with that name already exists");
   }
   return Tcl_FindCommand(interp, commandName, nullptr, TCL_GLOBAL_ONLY) ==
@@ -138,6 +138,13 @@ int zelTcl_TEntity::Fail(Tcl_Interp* interp, const char* ending,
                    "\": ", ending, word, rest, nullptr);
   Dispose();
   return 1;
+}
+
+Tcl_Obj* zelTcl_TEntity::MakeNameObj() {
+  if (stringName != nullptr) {
+    SetNameObj(Tcl_NewStringObj(stringName, -1));
+  }
+  return nameObj;
 }
 
 void zelTcl_TEntity::SetNameObj(Tcl_Obj* name) {
@@ -285,7 +292,7 @@ bool zelTcl_TEntity::MoveArray(Tcl_Interp* interp, const char* newName) {
 Var* zelTcl_TEntity::FindArrayVar(Tcl_Interp* interp) {
   DropArrayVar();  // it is stale
   if (simpleName) {
-    arrayVar = zelTcl_Internal_HoldGlobalVar(interp, nameObj);
+    arrayVar = zelTcl_Internal_HoldGlobalVar(interp, NameObj());
   }
   return arrayVar;
 }
@@ -373,9 +380,11 @@ void zelTcl_EntityDeleteCmdHandler(ClientData clientData) {
 void zelTcl_EntityRenameCallback(ClientData clientData, Tcl_Interp* interp,
                                  const char* oldName, const char* newName,
                                  int flags) {
+  zelTcl_TEntity* const entity = EntityOf(clientData);
   if ((flags & TCL_TRACE_DELETE) != 0) {
-    EntityOf(clientData)->CommandGoing(interp);
+    entity->CommandGoing(interp);
   } else {
-    EntityOf(clientData)->Rename(interp, oldName, newName, flags);
+    (void)entity->NameObj();  // the array is moved by its value
+    entity->Rename(interp, oldName, newName, flags);
   }
 }

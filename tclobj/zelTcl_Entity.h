@@ -9,7 +9,8 @@
 // 1. `registered` is 1 and `table` maps `stringName` to this entity.
 // 2. `command` is a command of that name whose client data is this entity.
 // 3. Exactly one rename trace of ours is attached to that command.
-// 4. `protectedString` and `nameObj` describe the same name as `stringName`.
+// 4. `protectedString` and, once made, `nameObj` describe the same name as
+//    `stringName`.
 //
 // Who keeps the record allocated. `refCount` counts
 //   - one reference for the entity's life, dropped once, by the first Retire;
@@ -22,6 +23,10 @@
 // step of Dispose tests what it undoes and leaves it so that it may be undone
 // again, so a Dispose entered from inside goes on where the outer one was, and
 // the outer one then finds the rest done.
+//
+// Programs make objects by the hundred thousand: the fields are in an order
+// that leaves no gaps, the registry's entry lies in the record, and the name
+// becomes a value only for an object that is called or listed.
 
 #ifndef TCLOBJ_ZELTCL_ENTITY_H
 #define TCLOBJ_ZELTCL_ENTITY_H
@@ -98,11 +103,16 @@ class zelTcl_TEntity {
   zelTcl_TEntityType Type() const { return type; }
   const char* TypeString() const { return typeString; }
   Tcl_HashTable* Table() const { return table; }
-  // Null once the entity is disposed, as the next three.
+  // Null once the entity is disposed, as the next four.
   char* StringName() const { return stringName; }
   const char* ProtectedString() const { return protectedString; }
-  Tcl_Obj* NameObj() const { return nameObj; }
+  // Made when first asked for.
+  Tcl_Obj* NameObj() { return nameObj != nullptr ? nameObj : MakeNameObj(); }
+  // The same, null also where nothing has asked for it yet.
+  Tcl_Obj* KnownNameObj() const { return nameObj; }
   Tcl_Command Command() const { return command; }
+  // Where the registry keeps its entry of the name given at creation.
+  Tcl_HashEntry* OwnEntry() { return &ownEntry; }
 
   // The entity's array, found once and then held; null where the plain upvar
   // line must make the link (qualified names and those that look like array
@@ -126,26 +136,28 @@ class zelTcl_TEntity {
   const char* typeString = nullptr;               // word for messages
   Tcl_HashTable* table = nullptr;                 // registry of the type
   int registered = 0;                             // 1 while in `table`
+  int refCount = 1;                               // see the head of this file
   char* stringName = nullptr;       // name of command, key and array
   char* protectedString = nullptr;  // the name as one list element
-  Tcl_Obj* nameObj = nullptr;       // the name as a value, one reference
+  Tcl_Obj* nameObj = nullptr;       // see NameObj; one reference
   Tcl_Command command = nullptr;    // null when there is none
 
  private:
   int Fail(Tcl_Interp* interp, const char* ending, const char* word,
            const char* rest);
   int MakeWay(Tcl_Interp* interp, const char* commandName);
+  Tcl_Obj* MakeNameObj();
   void SetNameObj(Tcl_Obj* name);
   Var* FindArrayVar(Tcl_Interp* interp);
   void DropArrayVar();
   bool MoveArray(Tcl_Interp* interp, const char* newName);
   bool FollowName(Tcl_Interp* interp, const char* newName);
 
-  int refCount = 1;           // see the head of this file
-  bool commandGoing = false;  // Tcl has called the delete procedure
-  bool lifeEnded = false;     // the life reference has been dropped
-  bool simpleName = false;    // a name that upvar takes for a plain variable
-  Var* arrayVar = nullptr;    // the global array, held; see ArrayVar
+  Tcl_HashEntry ownEntry = {};  // see OwnEntry
+  Var* arrayVar = nullptr;      // the global array, held; see ArrayVar
+  bool commandGoing = false;    // Tcl has called the delete procedure
+  bool lifeEnded = false;       // the life reference has been dropped
+  bool simpleName = false;      // a name that upvar takes for a plain variable
 };
 
 // Tcl's callbacks; the client data is the entity.

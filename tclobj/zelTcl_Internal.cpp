@@ -46,6 +46,18 @@ Namespace* GlobalNamespace(Tcl_Interp* interp) {
   return reinterpret_cast<Namespace*>(Tcl_GetGlobalNamespace(interp));
 }
 
+// A rename trace where no other trace is on the command, which is nearly always
+// so: all these commands have the same record, each as its only or last one. It
+// is told which command it is called for by Tcl's own record of the walk.
+CommandTrace gLoneTrace;
+Tcl_CommandTraceProc* gLoneTraceProc = nullptr;
+
+void CallLoneTrace(ClientData /*clientData*/, Tcl_Interp* interp,
+                   const char* oldName, const char* newName, int flags) {
+  const Command* const command = Private(interp)->activeCmdTracePtr->cmdPtr;
+  gLoneTraceProc(command->objClientData, interp, oldName, newName, flags);
+}
+
 void DropCommand(Command* command) {
   if (command->refCount > 1) {
     command->refCount--;
@@ -222,7 +234,8 @@ bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command) {
 bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc) {
   const CommandTrace* trace = Private(command)->tracePtr;
-  while (trace != nullptr && trace->traceProc == proc) {
+  while (trace != nullptr &&
+         (trace == &gLoneTrace || trace->traceProc == proc)) {
     trace = trace->nextPtr;
   }
   return trace != nullptr;
@@ -235,11 +248,21 @@ void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc,
                                     ClientData clientData) {
   Command* const traced = Private(command);
+  constexpr int kFlags = TCL_TRACE_RENAME | TCL_TRACE_DELETE;
+  if (traced->tracePtr == nullptr) {
+    // One reference is kept, so that Tcl never frees it.
+    gLoneTraceProc = proc;
+    gLoneTrace.traceProc = CallLoneTrace;
+    gLoneTrace.flags = kFlags;
+    gLoneTrace.refCount += gLoneTrace.refCount == 0 ? 2 : 1;
+    traced->tracePtr = &gLoneTrace;
+    return;
+  }
   auto* const trace = static_cast<CommandTrace*>(
       static_cast<void*>(ckalloc(sizeof(CommandTrace))));
   trace->traceProc = proc;
   trace->clientData = clientData;
-  trace->flags = TCL_TRACE_RENAME | TCL_TRACE_DELETE;
+  trace->flags = kFlags;
   trace->nextPtr = traced->tracePtr;
   trace->refCount = 1;
   traced->tracePtr = trace;
@@ -250,7 +273,7 @@ void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command,
                                        ClientData clientData) {
   CommandTrace** link = &Private(command)->tracePtr;
   CommandTrace* previous = nullptr;
-  while (*link != nullptr &&
+  while (*link != nullptr && *link != &gLoneTrace &&
          ((*link)->traceProc != proc || (*link)->clientData != clientData)) {
     previous = *link;
     link = &previous->nextPtr;
@@ -262,12 +285,14 @@ void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command,
   // Whoever is walking the list at this moment must not step onto it.
   for (ActiveCommandTrace* active = Private(interp)->activeCmdTracePtr;
        active != nullptr; active = active->nextPtr) {
-    if (active->nextTracePtr == trace) {
+    if (active->cmdPtr == Private(command) && active->nextTracePtr == trace) {
       active->nextTracePtr = active->reverseScan ? previous : trace->nextPtr;
     }
   }
   *link = trace->nextPtr;
-  trace->flags = 0;
+  if (trace != &gLoneTrace) {
+    trace->flags = 0;
+  }
   if (trace->refCount-- <= 1) {
     ckfree(reinterpret_cast<char*>(trace));
   }

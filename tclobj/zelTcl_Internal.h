@@ -52,6 +52,8 @@ bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
 // name it has or namespace is current. It is called with TCL_TRACE_DELETE, too,
 // and has to remove itself then: Tcl frees the traces of a command that goes
 // while a walk over them, for a rename under way, still points to the next one.
+// Requires: `proc` is the same for all commands, and `clientData` that of the
+// command.
 void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc,
                                     ClientData clientData);
