@@ -7,6 +7,7 @@
 
 #include "tclobj/zelTcl_Handles.h"
 #include "tclobj/zelTcl_Method.h"
+#include "tclobj/zelTcl_Obj_Init.h"
 #include "tclobj/zelTcl_Obj_Profiling.h"
 #include "tclobj/zelTcl_Object.h"
 
@@ -122,7 +123,8 @@ int zelTcl_TCall::End(Tcl_Interp* interp, int code) {
   if (words != room) {
     zel_Free(words);
   }
-  if (gNbSpares < kMostSpares) {
+  // After an unload, nobody would free a spare.
+  if (zelTcl_Obj_Serves() && gNbSpares < kMostSpares) {
     older = gSpares;
     gSpares = this;
     ++gNbSpares;
@@ -228,8 +230,8 @@ const zelTcl_TCall* zelTcl_TCall::Current(Tcl_Interp* interp) {
   if (!zelTcl_kFastPaths || call == nullptr || call->frame == nullptr ||
       call->frame != zelTcl_Internal_VarFrame(interp) ||
       !zelTcl_Internal_FrameHolds(call->frame, call->lease.proc, call->words) ||
-      call->object->KnownNameObj() != call->words[1] ||
-      call->method->definingClass->KnownNameObj() != call->words[2]) {
+      !call->object->IsNamed(call->words[1]) ||
+      !call->method->definingClass->IsNamed(call->words[2])) {
     return nullptr;
   }
   return call;

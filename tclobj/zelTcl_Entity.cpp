@@ -38,15 +38,12 @@ zelTcl_TEntity* EntityOf(ClientData clientData) {
 }
 
 // While a rename is under way, Tcl finds the command by its old name as well,
-// even when a script run there has deleted it.
-bool RefuseDisposed(Tcl_Interp* interp, const zelTcl_TEntity* entity,
-                    Tcl_Obj* const objv[]) {
-  if (entity->StringName() != nullptr) {
-    return false;
-  }
+// even when a script run there has ended the entity or deleted the command.
+int GoneHandler(ClientData /*clientData*/, Tcl_Interp* interp, int /*objc*/,
+                Tcl_Obj* const objv[]) {
   Tcl_AppendResult(interp, "invalid command name \"", Tcl_GetString(objv[0]),
                    "\"", nullptr);
-  return true;
+  return TCL_ERROR;
 }
 
 }  // namespace
@@ -103,7 +100,7 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
   }
   zelTcl_Obj_RegisterEntity(this);
   registered = 1;
-  zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
+  zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback);
   return TCL_OK;
 }
 
@@ -141,9 +138,8 @@ int zelTcl_TEntity::Fail(Tcl_Interp* interp, const char* ending,
 }
 
 Tcl_Obj* zelTcl_TEntity::MakeNameObj() {
-  if (stringName != nullptr) {
-    SetNameObj(Tcl_NewStringObj(stringName, -1));
-  }
+  zelTcl_SetObj(&nameObj,
+                Tcl_NewStringObj(stringName != nullptr ? stringName : "", -1));
   return nameObj;
 }
 
@@ -154,41 +150,87 @@ void zelTcl_TEntity::SetNameObj(Tcl_Obj* name) {
 
 // ---- Renaming ---------------------------------------------------------------
 
+// Tcl calls this in the middle of its rename: a script that runs here and puts
+// another command in the place of this one takes the process along. Where the
+// move can run scripts, it is therefore made right after the rename.
 void zelTcl_TEntity::Rename(Tcl_Interp* interp, const char* /*oldName*/,
                             const char* newName, int /*flags*/) {
-  if (!registered || IsGone() || Tcl_InterpDeleted(interp)) {
+  // Where a delete trace renames what is going, the entity goes by its own
+  // name.
+  if (!registered || !followsRenames || IsGone() || Tcl_InterpDeleted(interp) ||
+      zelTcl_Internal_IsBeingDeleted(command)) {
     return;
   }
+  followsRenames = false;  // until this one has been followed
+  if (zelTcl_Internal_CanQueue(interp) &&
+      !(zelTcl_Obj_MovesUnseen(interp, stringName) &&
+        zelTcl_Obj_MovesUnseen(interp, WithoutGlobalPrefix(newName)))) {
+    Preserve();
+    Tcl_NRAddCallback(interp, RenamedNR, this, nullptr, nullptr, nullptr);
+  } else {
+    FollowCommand(interp);
+  }
+}
+
+int zelTcl_TEntity::RenamedNR(ClientData data[], Tcl_Interp* interp,
+                              int result) {
+  zelTcl_TEntity* const entity = EntityOf(data[0]);
+  if (!entity->IsGone() && !Tcl_InterpDeleted(interp)) {
+    const zelTcl_TSavedState saved(interp);
+    entity->FollowCommand(interp);
+  }
+  entity->Release();
+  return result;
+}
+
+// Gives the entity the name that its command has. Meanwhile traces may rename
+// the command again, or end it, in a constructor without the object.
+void zelTcl_TEntity::FollowCommand(Tcl_Interp* interp) {
   const zelTcl_TRecordRef<zelTcl_TEntity> self(this);
-  const Tcl_Command renamed = command;
-  zelTcl_TObjRef target(Tcl_NewStringObj(WithoutGlobalPrefix(newName), -1));
-  zelTcl_Internal_RemoveRenameTrace(interp, renamed,
-                                    zelTcl_EntityRenameCallback, this);
-  if (!FollowName(interp, Tcl_GetString(target.get()))) {
-    return;
-  }
-  // While one rename trace runs, Tcl reports no other rename of the same
-  // command. A trace on the arrays may have made one: catch up with it. The
-  // command may also have gone, in a constructor without the object.
+  zelTcl_TObjRef followed;
   while (command != nullptr) {
     const zelTcl_TObjRef actual(Tcl_NewObj());
     Tcl_GetCommandFullName(interp, command, actual.get());
     const char* const name = WithoutGlobalPrefix(Tcl_GetString(actual.get()));
-    if (strcmp(name, stringName) == 0 ||
-        strcmp(name, WithoutGlobalPrefix(stringName)) == 0) {
-      break;
+    if (strcmp(name, WithoutGlobalPrefix(stringName)) == 0 ||
+        (followed.get() != nullptr &&
+         strcmp(name, Tcl_GetString(followed.get())) == 0)) {
+      followsRenames = true;
+      return;
     }
+    followed.Reset(Tcl_NewStringObj(name, -1));
+    const zelTcl_TObjRef left(NameObj());
     if (!FollowName(interp, name)) {
       return;
     }
-  }
-  if (command != nullptr) {
-    zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
+    if (nameObj != left.get()) {
+      LetFollow(interp, Tcl_GetString(left.get()));
+    }
   }
 }
 
-// Moves array, registry entry and names to the new name.
-// Returns: false where the entity keeps its old name, or is gone.
+// The command that has the name an entity has just left may be that of another
+// one, which could not have the name before.
+void zelTcl_TEntity::LetFollow(Tcl_Interp* interp, const char* name) {
+  const Tcl_Command heir =
+      Tcl_FindCommand(interp, name, nullptr, TCL_GLOBAL_ONLY);
+  Tcl_CmdInfo info;
+  if (heir == nullptr || zelTcl_Internal_IsBeingDeleted(heir) ||
+      Tcl_GetCommandInfoFromToken(heir, &info) == 0 ||
+      info.objProc != zelTcl_EntityCmdHandler) {
+    return;
+  }
+  zelTcl_TEntity* const entity = EntityOf(info.objClientData);
+  if (entity->followsRenames && !entity->IsGone()) {
+    entity->followsRenames = false;
+    entity->FollowCommand(interp);
+  }
+}
+
+// Moves array, registry entry and names to the new name. Where that is taken or
+// memory runs out, the entity keeps its own, and a later rename may succeed.
+// Returns: false where the entity is gone, or a helper procedure has failed: it
+// follows no rename any more.
 bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
   // Whatever can fail for want of memory comes first.
   TNewNames names;
@@ -197,22 +239,20 @@ bool zelTcl_TEntity::FollowName(Tcl_Interp* interp, const char* newName) {
     fprintf(stderr,
             "PANIC: no more memory while renaming %s \"%s\" to \"%s\"\n",
             typeString, stringName, newName);
-    // Nothing has moved, and a later rename may well succeed.
-    zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
-    return false;
-  }
-  if (strcmp(names.string, stringName) == 0) {
     return true;
   }
   // Another entity may be registered under a name that its command has lost: in
-  // its constructor, or by a rename to a name that no array can have. Then this
-  // one keeps its own for the time being.
-  if (Tcl_FindHashEntry(table, names.string) != nullptr) {
-    zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
-    return false;
+  // its constructor, or by a rename to a name that no array can have.
+  if (IsTaken(names.string)) {
+    return true;
   }
-  if (!MoveArray(interp, names.string) || IsGone()) {
-    return false;
+  switch (MoveArray(interp, names.string)) {
+    case TMove::kDone:
+      break;
+    case TMove::kRefused:
+      return true;
+    case TMove::kFailed:
+      return false;
   }
   Tcl_HashEntry* const oldEntry = Tcl_FindHashEntry(table, stringName);
   if (oldEntry == nullptr) {
@@ -248,43 +288,42 @@ bool zelTcl_TEntity::IsTaken(const char* name) {
 }
 
 // Moves the global array from the present name to the new one, over whatever
-// variable is there.
-// Returns: false where a helper procedure failed; the array is still under the
-// old name.
-bool zelTcl_TEntity::MoveArray(Tcl_Interp* interp, const char* newName) {
+// variable is there that belongs to no entity. Traces may run scripts at each
+// step, which may end this entity or give its new name to another.
+zelTcl_TEntity::TMove zelTcl_TEntity::MoveArray(Tcl_Interp* interp,
+                                                const char* newName) {
   int exists = 0;
   if (zelTcl_Obj_GlobalExists(interp, newName, &exists) != TCL_OK) {
-    return false;
+    return TMove::kFailed;
   }
   if (exists != 0) {
     if (IsTaken(newName)) {
-      return false;
+      return TMove::kRefused;
     }
     (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
   }
-  // From here on, traces may have ended the entity and freed its names.
   const zelTcl_TObjRef oldName(nameObj);
   if (IsGone() ||
       zelTcl_Obj_GlobalExists(interp, oldName.get(), &exists) != TCL_OK) {
-    return false;
+    return TMove::kFailed;
   }
-  if (exists == 0 || IsGone()) {
-    return !IsGone();
-  }
-  const char* const old = Tcl_GetString(oldName.get());
-  if (zelTcl_Obj_CloneGlobalArray(interp, old, newName) != TCL_OK) {
-    return false;
+  if (exists != 0 && !IsGone()) {
+    const char* const old = Tcl_GetString(oldName.get());
+    if (zelTcl_Obj_CloneGlobalArray(interp, old, newName) != TCL_OK) {
+      return TMove::kFailed;
+    }
+    if (!IsGone() && !IsTaken(newName)) {
+      (void)Tcl_UnsetVar(interp, old, TCL_GLOBAL_ONLY);
+    }
+    if (IsGone() && !IsTaken(newName)) {
+      // It went with its old array; the copy must not stay behind.
+      (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
+    }
   }
   if (IsGone()) {
-    // It went with its old array; the copy must not stay behind.
-    (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
-    return false;
+    return TMove::kFailed;
   }
-  if (IsTaken(newName)) {
-    return false;  // by a trace on the elements
-  }
-  (void)Tcl_UnsetVar(interp, old, TCL_GLOBAL_ONLY);
-  return true;
+  return IsTaken(newName) ? TMove::kRefused : TMove::kDone;
 }
 
 // ---- The array --------------------------------------------------------------
@@ -307,39 +346,39 @@ void zelTcl_TEntity::DropArrayVar() {
 
 // ---- The end ----------------------------------------------------------------
 
-void zelTcl_TEntity::CommandGoing(Tcl_Interp* interp) {
-  zelTcl_Internal_RemoveRenameTrace(interp, command,
-                                    zelTcl_EntityRenameCallback, this);
-}
-
 void zelTcl_TEntity::CommandDeleted() {
   commandGoing = true;
   if (state == zelTcl_kReady) {
     Retire();
   } else if (state == zelTcl_kInitialising) {
     state = zelTcl_kCommandLost;
-    command = nullptr;
   }
+  command = nullptr;
 }
 
 void zelTcl_TEntity::Dispose() {
   state = zelTcl_kDisposing;
-  if (command != nullptr) {
+  if (command != nullptr && !commandGoing) {
     Tcl_Interp* const interp = zelTcl_Obj_Interp();
-    zelTcl_Internal_RemoveRenameTrace(interp, command,
-                                      zelTcl_EntityRenameCallback, this);
-    if (!commandGoing) {
-      (void)Tcl_DeleteCommandFromToken(interp, command);
+    if (!zelTcl_Internal_IsBeingDeleted(command)) {
+      endsCommand = true;
+      zelTcl_Internal_RemoveRenameTrace(interp, command);
     }
-    command = nullptr;
+    (void)Tcl_DeleteCommandFromToken(interp, command);
   }
   DropArrayVar();
   if (registered != 0) {
     zelTcl_Obj_DeregisterEntity(this);
     registered = 0;
   }
-  zelTcl_SetObj(&nameObj, nullptr);
+  if (!endsCommand && stringName != nullptr) {
+    (void)NameObj();  // asked for at the end of the command
+  }
   zelTcl_Obj_FreeStringNames(&stringName, &protectedString);
+}
+
+zelTcl_TEntity::~zelTcl_TEntity() {
+  zelTcl_SetObj(&nameObj, nullptr);
 }
 
 void zelTcl_TEntity::Retire() {
@@ -356,35 +395,44 @@ void zelTcl_TEntity::Retire() {
 int zelTcl_EntityCmdHandler(ClientData clientData, Tcl_Interp* interp, int objc,
                             Tcl_Obj* const objv[]) {
   zelTcl_TEntity* const entity = EntityOf(clientData);
-  return RefuseDisposed(interp, entity, objv)
-             ? TCL_ERROR
+  return entity->StringName() == nullptr
+             ? GoneHandler(clientData, interp, objc, objv)
              : entity->CommandHandler(interp, objc, objv);
 }
 
 int zelTcl_EntityCmdHandlerNR(ClientData clientData, Tcl_Interp* interp,
                               int objc, Tcl_Obj* const objv[]) {
   zelTcl_TEntity* const entity = EntityOf(clientData);
-  return RefuseDisposed(interp, entity, objv)
-             ? TCL_ERROR
+  return entity->StringName() == nullptr
+             ? GoneHandler(clientData, interp, objc, objv)
              : entity->CommandHandlerNR(interp, objc, objv);
 }
 
 void zelTcl_EntityDeleteCmdHandler(ClientData clientData) {
   zelTcl_TEntity* const entity = EntityOf(clientData);
-  if (!entity->IsCommandGoing()) {
-    entity->CommandDeleted();
-    entity->Release();  // the command's reference
+  if (entity->IsCommandGoing()) {
+    return;
+  }
+  const Tcl_Command command = entity->Command();
+  Namespace* const home = zelTcl_Internal_Home(command);
+  const bool endedByTcl = !entity->EndsCommand();
+  const zelTcl_TObjRef name(endedByTcl ? entity->NameObj() : nullptr);
+  entity->CommandDeleted();
+  entity->Release();  // the command's reference
+  zelTcl_Internal_Disarm(command, GoneHandler);
+  zelTcl_Internal_SetHome(command, home);
+  Tcl_Interp* const interp = zelTcl_Obj_Interp();
+  if (endedByTcl && interp != nullptr && !Tcl_InterpDeleted(interp)) {
+    zelTcl_Internal_ShelterSuccessor(interp, Tcl_GetString(name.get()));
   }
 }
 
 void zelTcl_EntityRenameCallback(ClientData clientData, Tcl_Interp* interp,
                                  const char* oldName, const char* newName,
                                  int flags) {
-  zelTcl_TEntity* const entity = EntityOf(clientData);
   if ((flags & TCL_TRACE_DELETE) != 0) {
-    entity->CommandGoing(interp);
+    zelTcl_Internal_BeforeDeletion(interp, oldName);
   } else {
-    (void)entity->NameObj();  // the array is moved by its value
-    entity->Rename(interp, oldName, newName, flags);
+    EntityOf(clientData)->Rename(interp, oldName, newName, flags);
   }
 }

@@ -8,9 +8,11 @@
 // Invariants of a ready entity:
 // 1. `registered` is 1 and `table` maps `stringName` to this entity.
 // 2. `command` is a command of that name whose client data is this entity.
-// 3. Exactly one rename trace of ours is attached to that command.
+// 3. Exactly one rename trace of ours is attached to that command, for good.
 // 4. `protectedString` and, once made, `nameObj` describe the same name as
 //    `stringName`.
+// 2 does not hold from a rename of the command until FollowCommand has ended;
+// the rest is under the old name until then.
 //
 // Who keeps the record allocated. `refCount` counts
 //   - one reference for the entity's life, dropped once, by the first Retire;
@@ -35,7 +37,10 @@
 
 #include "tclobj/zelTcl_Internal.h"
 
-enum zelTcl_TEntityType { zelTcl_kClassEntity = 0, zelTcl_kObjectEntity = 1 };
+enum zelTcl_TEntityType : unsigned char {
+  zelTcl_kClassEntity = 0,
+  zelTcl_kObjectEntity = 1
+};
 
 // The type words of messages, indexed by zelTcl_TEntityType.
 extern const char* const zelTcl_kEntityTypeStrings[2];
@@ -77,13 +82,13 @@ class zelTcl_TEntity {
   // Re-entry: a replaced helper procedure, and a command that a qualified name
   // replaces, run scripts.
   int Init(zelTcl_TEntityType type, Tcl_Interp* interp, Tcl_Obj* name);
-  // Follows a rename of the command. Where memory or a helper procedure fails,
-  // the entity stays findable under its old name, with its array.
+  // Follows a rename of the command, on Tcl 8.6 right after it where the move
+  // of the array can run scripts. Where memory or a helper procedure fails, or
+  // the name is taken, the entity stays findable under its old name, with its
+  // array.
   // Re-entry: traces on the two arrays run scripts.
   void Rename(Tcl_Interp* interp, const char* oldName, const char* newName,
               int flags);
-  // Tcl is about to delete the command: takes our trace off it.
-  void CommandGoing(Tcl_Interp* interp);
   // Tcl is deleting the command.
   void CommandDeleted();
 
@@ -97,20 +102,26 @@ class zelTcl_TEntity {
     }
   }
   bool IsCommandGoing() const { return commandGoing; }
+  // True iff Dispose has deleted the command, and not Tcl.
+  bool EndsCommand() const { return endsCommand; }
   // True iff Dispose has begun to take the entity's name away.
   bool IsGone() const { return state == zelTcl_kDisposing; }
 
   zelTcl_TEntityType Type() const { return type; }
   const char* TypeString() const { return typeString; }
   Tcl_HashTable* Table() const { return table; }
-  // Null once the entity is disposed, as the next four.
+  // Null once the entity is disposed, as the next one.
   char* StringName() const { return stringName; }
   const char* ProtectedString() const { return protectedString; }
-  // Made when first asked for.
-  Tcl_Obj* NameObj() { return nameObj != nullptr ? nameObj : MakeNameObj(); }
-  // The same, null also where nothing has asked for it yet.
-  Tcl_Obj* KnownNameObj() const { return nameObj; }
+  // Null once Tcl has called the delete procedure.
   Tcl_Command Command() const { return command; }
+  // Made when first asked for. The last name remains until the record is freed
+  // (an empty one where nothing has asked in time).
+  Tcl_Obj* NameObj() { return nameObj != nullptr ? nameObj : MakeNameObj(); }
+  // True iff this very value is the entity's name, and still its own.
+  bool IsNamed(const Tcl_Obj* name) const {
+    return nameObj == name && stringName != nullptr;
+  }
   // Where the registry keeps its entry of the name given at creation.
   Tcl_HashEntry* OwnEntry() { return &ownEntry; }
 
@@ -125,7 +136,7 @@ class zelTcl_TEntity {
 
  protected:
   zelTcl_TEntity() = default;
-  ~zelTcl_TEntity() = default;
+  ~zelTcl_TEntity();
   // True iff an entity of either type bears the name.
   static bool IsTaken(const char* name);
   // Deletes the record as the type it is.
@@ -133,14 +144,17 @@ class zelTcl_TEntity {
 
   int state = zelTcl_kInitialising;               // a zelTcl_TEntityState
   zelTcl_TEntityType type = zelTcl_kClassEntity;  // class or object
-  const char* typeString = nullptr;               // word for messages
-  Tcl_HashTable* table = nullptr;                 // registry of the type
-  int registered = 0;                             // 1 while in `table`
-  int refCount = 1;                               // see the head of this file
-  char* stringName = nullptr;       // name of command, key and array
-  char* protectedString = nullptr;  // the name as one list element
-  Tcl_Obj* nameObj = nullptr;       // see NameObj; one reference
-  Tcl_Command command = nullptr;    // null when there is none
+  bool endsCommand = false;                       // Dispose deletes the command
+  bool commandGoing = false;         // Tcl has called the delete procedure
+  bool lifeEnded = false;            // the life reference has been dropped
+  const char* typeString = nullptr;  // word for messages
+  Tcl_HashTable* table = nullptr;    // registry of the type
+  int registered = 0;                // 1 while in `table`
+  int refCount = 1;                  // see the head of this file
+  char* stringName = nullptr;        // name of command, key and array
+  char* protectedString = nullptr;   // the name as one list element
+  Tcl_Obj* nameObj = nullptr;        // see NameObj; one reference
+  Tcl_Command command = nullptr;     // null when there is none
 
  private:
   int Fail(Tcl_Interp* interp, const char* ending, const char* word,
@@ -150,13 +164,16 @@ class zelTcl_TEntity {
   void SetNameObj(Tcl_Obj* name);
   Var* FindArrayVar(Tcl_Interp* interp);
   void DropArrayVar();
-  bool MoveArray(Tcl_Interp* interp, const char* newName);
+  enum class TMove { kDone, kRefused, kFailed };
+  static int RenamedNR(ClientData data[], Tcl_Interp* interp, int result);
+  void FollowCommand(Tcl_Interp* interp);
+  static void LetFollow(Tcl_Interp* interp, const char* name);
+  TMove MoveArray(Tcl_Interp* interp, const char* newName);
   bool FollowName(Tcl_Interp* interp, const char* newName);
 
   Tcl_HashEntry ownEntry = {};  // see OwnEntry
   Var* arrayVar = nullptr;      // the global array, held; see ArrayVar
-  bool commandGoing = false;    // Tcl has called the delete procedure
-  bool lifeEnded = false;       // the life reference has been dropped
+  bool followsRenames = true;   // no rename is being followed, none has failed
   bool simpleName = false;      // a name that upvar takes for a plain variable
 };
 

@@ -46,16 +46,16 @@ Namespace* GlobalNamespace(Tcl_Interp* interp) {
   return reinterpret_cast<Namespace*>(Tcl_GetGlobalNamespace(interp));
 }
 
-// A rename trace where no other trace is on the command, which is nearly always
-// so: all these commands have the same record, each as its only or last one. It
-// is told which command it is called for by Tcl's own record of the walk.
-CommandTrace gLoneTrace;
-Tcl_CommandTraceProc* gLoneTraceProc = nullptr;
+// The rename trace is set before any other and stays the last of its command,
+// so that one record does for all commands. Tcl's own record of the walk tells
+// it which command it is called for.
+CommandTrace gRenameTrace;
+Tcl_CommandTraceProc* gRenameTraceProc = nullptr;
 
-void CallLoneTrace(ClientData /*clientData*/, Tcl_Interp* interp,
-                   const char* oldName, const char* newName, int flags) {
+void CallRenameTrace(ClientData /*clientData*/, Tcl_Interp* interp,
+                     const char* oldName, const char* newName, int flags) {
   const Command* const command = Private(interp)->activeCmdTracePtr->cmdPtr;
-  gLoneTraceProc(command->objClientData, interp, oldName, newName, flags);
+  gRenameTraceProc(command->objClientData, interp, oldName, newName, flags);
 }
 
 void DropCommand(Command* command) {
@@ -78,6 +78,12 @@ void WatchCompiled(Tcl_Interp* interp, const char* name,
   }
 }
 
+// The variable that owns an entry of a table of variables.
+VarInHash* VarOf(Tcl_HashEntry* entry) {
+  return reinterpret_cast<VarInHash*>(reinterpret_cast<char*>(entry) -
+                                      offsetof(VarInHash, entry));
+}
+
 Var* FindGlobalVar(Tcl_Interp* interp, const char* name) {
   Var* array = nullptr;
   return TclLookupVar(interp, name, nullptr, TCL_GLOBAL_ONLY, nullptr, 0, 0,
@@ -89,11 +95,7 @@ Var* FindGlobalVar(Tcl_Interp* interp, const char* name) {
 Var* FindSimpleGlobal(Tcl_Interp* interp, Tcl_Obj* name) {
   Tcl_HashEntry* const entry =
       Tcl_FindHashEntry(&GlobalNamespace(interp)->varTable.table, name);
-  return entry == nullptr
-             ? nullptr
-             : &reinterpret_cast<VarInHash*>(reinterpret_cast<char*>(entry) -
-                                             offsetof(VarInHash, entry))
-                    ->var;
+  return entry == nullptr ? nullptr : &VarOf(entry)->var;
 }
 
 zelTcl_TGlobalVarState StateOf(const Var* var) {
@@ -118,9 +120,7 @@ Tcl_Obj* ElementNames(const Var* array) {
   for (Tcl_HashEntry* entry =
            Tcl_FirstHashEntry(&array->value.tablePtr->table, &search);
        entry != nullptr; entry = Tcl_NextHashEntry(&search)) {
-    const auto* const element = reinterpret_cast<const VarInHash*>(
-        reinterpret_cast<const char*>(entry) - offsetof(VarInHash, entry));
-    if (!TclIsVarUndefined(&element->var)) {
+    if (!TclIsVarUndefined(&VarOf(entry)->var)) {
       (void)Tcl_ListObjAppendElement(nullptr, names, entry->key.objPtr);
     }
   }
@@ -178,6 +178,44 @@ int HookedEnd(ClientData data[], Tcl_Interp* interp, int result) {
   return end(endData, interp, gProcEnd(data, interp, result));
 }
 
+// Gives a command another simple name in its namespace, unless that is taken.
+// Whatever has the command in its memory looks for it afresh.
+bool MoveCommand(Command* command, const char* name) {
+  int isNew = 0;
+  Tcl_HashEntry* const entry =
+      Tcl_CreateHashEntry(&command->nsPtr->cmdTable, name, &isNew);
+  if (isNew != 0) {
+    Tcl_SetHashValue(entry, command);
+    Tcl_DeleteHashEntry(command->hPtr);
+    command->hPtr = entry;
+    command->cmdEpoch++;
+  }
+  return isNew != 0;
+}
+
+int LeaveShelterNR(ClientData data[], Tcl_Interp* interp, int result) {
+  auto* const command = static_cast<Command*>(data[0]);
+  auto* const name = static_cast<Tcl_Obj*>(data[1]);
+  if ((command->flags & CMD_IS_DELETED) == 0 &&
+      !MoveCommand(command, Tcl_GetString(name))) {
+    const zelTcl_TSavedState saved(interp);
+    (void)Tcl_DeleteCommandFromToken(interp,
+                                     reinterpret_cast<Tcl_Command>(command));
+  }
+  Tcl_DecrRefCount(name);
+  DropCommand(command);
+  return result;
+}
+
+// Ends walks over the traces of the command, from the given one outwards.
+void EndWalks(ActiveCommandTrace* walk, const Command* command) {
+  for (; walk != nullptr; walk = walk->nextPtr) {
+    if (walk->cmdPtr == command) {
+      walk->nextTracePtr = nullptr;
+    }
+  }
+}
+
 // True iff the local in this slot has this name. The names of locals are
 // shared literals: the one recognised last is kept, and nearly always met
 // again.
@@ -231,70 +269,84 @@ bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command) {
   return (Private(command)->flags & CMD_IS_DELETED) != 0;
 }
 
-bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
-                                    Tcl_CommandTraceProc* proc) {
-  const CommandTrace* trace = Private(command)->tracePtr;
-  while (trace != nullptr &&
-         (trace == &gLoneTrace || trace->traceProc == proc)) {
-    trace = trace->nextPtr;
+bool zelTcl_Internal_CanQueue(Tcl_Interp* interp) {
+  return gCanReturnEarly && Private(interp)->numLevels > 0;
+}
+
+void zelTcl_Internal_Disarm(Tcl_Command command, Tcl_ObjCmdProc* gone) {
+  // Tcl itself clears the function that it asks for second.
+  if (gCanReturnEarly) {
+    Private(command)->nreProc = gone;
   }
-  return trace != nullptr;
+  Private(command)->objClientData = nullptr;
+}
+
+Namespace* zelTcl_Internal_Home(Tcl_Command command) {
+  return Private(command)->nsPtr;
+}
+
+void zelTcl_Internal_SetHome(Tcl_Command command, Namespace* home) {
+  Private(command)->nsPtr = home;
+}
+
+void zelTcl_Internal_ShelterSuccessor(Tcl_Interp* interp, const char* name) {
+  Command* const successor =
+      Private(Tcl_FindCommand(interp, name, nullptr, TCL_GLOBAL_ONLY));
+  if (successor == nullptr || (successor->flags & CMD_IS_DELETED) != 0 ||
+      (successor->nsPtr->flags & (NS_DYING | NS_DEAD)) != 0 ||
+      !zelTcl_Internal_CanQueue(interp)) {
+    return;
+  }
+  const zelTcl_TObjRef simpleName(
+      Tcl_NewStringObj(static_cast<const char*>(Tcl_GetHashKey(
+                           &successor->nsPtr->cmdTable, successor->hPtr)),
+                       -1));
+  const zelTcl_TObjRef shelter(Tcl_DuplicateObj(simpleName.get()));
+  do {
+    Tcl_AppendToObj(shelter.get(), " ", 1);
+  } while (!MoveCommand(successor, Tcl_GetString(shelter.get())));
+  successor->refCount++;
+  Tcl_IncrRefCount(simpleName.get());
+  Tcl_NRAddCallback(interp, LeaveShelterNR, successor, simpleName.get(),
+                    nullptr, nullptr);
+}
+
+bool zelTcl_Internal_HasOtherTraces(Tcl_Command command) {
+  const CommandTrace* const first = Private(command)->tracePtr;
+  return first != nullptr && first != &gRenameTrace;
 }
 
 // The public call finds the command by name, as seen from the namespace that
 // happens to be current, and complains into the result where it finds none.
 // The command is at hand, so the trace is put into its list directly.
 void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
-                                    Tcl_CommandTraceProc* proc,
-                                    ClientData clientData) {
-  Command* const traced = Private(command);
-  constexpr int kFlags = TCL_TRACE_RENAME | TCL_TRACE_DELETE;
-  if (traced->tracePtr == nullptr) {
-    // One reference is kept, so that Tcl never frees it.
-    gLoneTraceProc = proc;
-    gLoneTrace.traceProc = CallLoneTrace;
-    gLoneTrace.flags = kFlags;
-    gLoneTrace.refCount += gLoneTrace.refCount == 0 ? 2 : 1;
-    traced->tracePtr = &gLoneTrace;
-    return;
-  }
-  auto* const trace = static_cast<CommandTrace*>(
-      static_cast<void*>(ckalloc(sizeof(CommandTrace))));
-  trace->traceProc = proc;
-  trace->clientData = clientData;
-  trace->flags = kFlags;
-  trace->nextPtr = traced->tracePtr;
-  trace->refCount = 1;
-  traced->tracePtr = trace;
+                                    Tcl_CommandTraceProc* proc) {
+  gRenameTraceProc = proc;
+  gRenameTrace.traceProc = CallRenameTrace;
+  gRenameTrace.flags = TCL_TRACE_RENAME | TCL_TRACE_DELETE;
+  // One reference is kept, so that Tcl never frees it.
+  gRenameTrace.refCount += gRenameTrace.refCount == 0 ? 2 : 1;
+  Private(command)->tracePtr = &gRenameTrace;
 }
 
-void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command,
-                                       Tcl_CommandTraceProc* proc,
-                                       ClientData clientData) {
+void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName) {
+  const ActiveCommandTrace* const deleting = Private(interp)->activeCmdTracePtr;
+  EndWalks(deleting->nextPtr, deleting->cmdPtr);
+  if (strncmp(oldName, "::", 2) == 0 && strstr(oldName + 2, "::") == nullptr) {
+    deleting->cmdPtr->nsPtr = GlobalNamespace(interp);
+  }
+}
+
+void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp,
+                                       Tcl_Command command) {
+  EndWalks(Private(interp)->activeCmdTracePtr, Private(command));
   CommandTrace** link = &Private(command)->tracePtr;
-  CommandTrace* previous = nullptr;
-  while (*link != nullptr && *link != &gLoneTrace &&
-         ((*link)->traceProc != proc || (*link)->clientData != clientData)) {
-    previous = *link;
-    link = &previous->nextPtr;
+  while (*link != nullptr && *link != &gRenameTrace) {
+    link = &(*link)->nextPtr;
   }
-  CommandTrace* const trace = *link;
-  if (trace == nullptr) {
-    return;
-  }
-  // Whoever is walking the list at this moment must not step onto it.
-  for (ActiveCommandTrace* active = Private(interp)->activeCmdTracePtr;
-       active != nullptr; active = active->nextPtr) {
-    if (active->cmdPtr == Private(command) && active->nextTracePtr == trace) {
-      active->nextTracePtr = active->reverseScan ? previous : trace->nextPtr;
-    }
-  }
-  *link = trace->nextPtr;
-  if (trace != &gLoneTrace) {
-    trace->flags = 0;
-  }
-  if (trace->refCount-- <= 1) {
-    ckfree(reinterpret_cast<char*>(trace));
+  if (*link != nullptr) {
+    *link = nullptr;
+    gRenameTrace.refCount--;
   }
 }
 
@@ -454,6 +506,22 @@ zelTcl_TGlobalVarState zelTcl_Internal_SimpleGlobalState(Tcl_Interp* interp,
 zelTcl_TGlobalVarState zelTcl_Internal_GlobalState(Tcl_Interp* interp,
                                                    const char* name) {
   return StateOf(FindGlobalVar(interp, name));
+}
+
+bool zelTcl_Internal_IsArrayTraced(Tcl_Interp* interp, const char* name) {
+  const Var* const array = FindGlobalVar(interp, name);
+  if (array == nullptr || TclIsVarTraced(array) || !TclIsVarArray(array)) {
+    return array != nullptr && TclIsVarTraced(array);
+  }
+  Tcl_HashSearch search;
+  for (Tcl_HashEntry* entry =
+           Tcl_FirstHashEntry(&array->value.tablePtr->table, &search);
+       entry != nullptr; entry = Tcl_NextHashEntry(&search)) {
+    if (TclIsVarTraced(&VarOf(entry)->var)) {
+      return true;
+    }
+  }
+  return false;
 }
 
 int zelTcl_Internal_CopyGlobalArray(Tcl_Interp* interp, const char* source,

@@ -12,6 +12,7 @@
 
 struct CallFrame;
 struct Command;
+struct Namespace;
 struct Proc;
 struct Var;
 
@@ -45,23 +46,42 @@ bool zelTcl_Internal_GlobalCommandExists(Tcl_Interp* interp, const char* name);
 // True iff Tcl is deleting the command: it then makes away with one that a
 // script puts in its place.
 bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command);
-// True iff a trace with another function than `proc` is on the command.
-bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
-                                    Tcl_CommandTraceProc* proc);
+// True iff something queued with Tcl_NRAddCallback runs when the command that
+// is running now has ended: Tcl 8.6, and not called from C alone.
+bool zelTcl_Internal_CanQueue(Tcl_Interp* interp);
+// Makes a deleted command, which Tcl may still find while it is being renamed,
+// do `gone` with no client data.
+void zelTcl_Internal_Disarm(Tcl_Command command, Tcl_ObjCmdProc* gone);
+// For a delete procedure that runs scripts. While Tcl replaces a command, it
+// goes on with the namespace and the name that the old one has after its end,
+// whatever a script has done to them. Home is the namespace of the command at
+// the beginning; at the end, SetHome names it again for Tcl's own books, and
+// ShelterSuccessor looks for another command that bears the name: Tcl would
+// free its memory and go on using it. That one gets a name of its own until the
+// running command has ended; then it is deleted as it should be where a third
+// has taken the place, or gets its name back.
+Namespace* zelTcl_Internal_Home(Tcl_Command command);
+void zelTcl_Internal_SetHome(Tcl_Command command, Namespace* home);
+void zelTcl_Internal_ShelterSuccessor(Tcl_Interp* interp, const char* name);
+// True iff another trace than the one below is on the command.
+bool zelTcl_Internal_HasOtherTraces(Tcl_Command command);
 // Attaches `proc` as a TCL_TRACE_RENAME trace to the command itself, whatever
 // name it has or namespace is current. It is called with TCL_TRACE_DELETE, too,
-// and has to remove itself then: Tcl frees the traces of a command that goes
-// while a walk over them, for a rename under way, still points to the next one.
-// Requires: `proc` is the same for all commands, and `clientData` that of the
-// command.
+// and has to call BeforeDeletion then. Its client data is that of the command.
+// Requires: no other trace is there; those set later come first. `proc` is the
+// same for all commands.
 void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
-                                    Tcl_CommandTraceProc* proc,
-                                    ClientData clientData);
-// Removes that trace where present, also from inside it. Leaves the
-// interpreter's result alone.
-void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command,
-                                       Tcl_CommandTraceProc* proc,
-                                       ClientData clientData);
+                                    Tcl_CommandTraceProc* proc);
+// For the delete trace above, with the name that Tcl gives it. Tcl is about to
+// free all traces of the command. If it is in the middle of a walk over them,
+// for a rename, no more are called there: it would go on to one that is freed.
+// It is also about to release the namespace of the command: if a delete trace
+// has moved the command away from the global namespace, this names that again.
+void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName);
+// Removes that trace where present, and ends all walks over those of the
+// command, which is about to be deleted. Without it, Tcl spends no time on
+// calling delete traces where there are no others.
+void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command);
 // Starts watching the global command `name`; whatever was watched before is
 // forgotten. Nothing is watched when there is no such command.
 void zelTcl_Internal_Watch(Tcl_Interp* interp, const char* name,
@@ -124,6 +144,9 @@ zelTcl_TGlobalVarState zelTcl_Internal_SimpleGlobalState(Tcl_Interp* interp,
 // The same for any name, qualified ones included.
 zelTcl_TGlobalVarState zelTcl_Internal_GlobalState(Tcl_Interp* interp,
                                                    const char* name);
+// True iff there is a trace on the global variable of this name, or on one of
+// its elements.
+bool zelTcl_Internal_IsArrayTraced(Tcl_Interp* interp, const char* name);
 // Copies every element of the global array `source` into the global array
 // `target`, which is created, firing the read and write traces of each element.
 // A source that is no array has no elements.

@@ -71,12 +71,15 @@ global zelObject
 
 namespace {
 
-// One thread at a time may be initialising, and none once an interpreter is
-// served: whoever finds the claim taken is a second interpreter.
+// Whoever holds the claim may touch the state: one thread at a time while it is
+// initialising, and for good once its interpreter is served. Whoever finds the
+// claim taken is a second interpreter. A start that failed keeps it, since only
+// the thread of its interpreter can take away what it has made.
 std::atomic<bool> gClaimed{false};
-// Where an initialisation has begun, so that one that failed is cleaned up on
-// the thread of its interpreter.
-Tcl_ThreadId gThread = nullptr;
+// Such a start holds the claim.
+std::atomic<bool> gFailed{false};
+// Where the latest start began; a Tcl without threads has none but null.
+std::atomic<Tcl_ThreadId> gThread{nullptr};
 
 bool gTearingDown = false;
 
@@ -180,9 +183,20 @@ int DefineBuiltIns(Tcl_Interp* interp) {
 
 int Zeltclobject_Init(Tcl_Interp* interp) {
   bool expected = false;
-  if (zelTcl_gObj_InterpInit != 0 ||
-      !gClaimed.compare_exchange_strong(expected, true)) {
+  if (zelTcl_gObj_InterpInit != 0) {
     return TCL_OK;
+  }
+  if (!gClaimed.compare_exchange_strong(expected, true)) {
+    if (!gFailed) {
+      return TCL_OK;
+    }
+    if (gThread != Tcl_GetCurrentThread()) {
+      SetResult(interp,
+                "can't initialize: an earlier attempt failed in another "
+                "thread and its interpreter is still there");
+      return TCL_ERROR;
+    }
+    gFailed = false;  // it is tried again
   }
   int code = TCL_OK;
   if (zelTcl_gObj_LibInit == 0) {
@@ -195,7 +209,13 @@ int Zeltclobject_Init(Tcl_Interp* interp) {
   if (code == TCL_OK) {
     code = zelTcl_Obj_Init(interp);
   }
-  gClaimed = zelTcl_gObj_InterpInit != 0;
+  if (zelTcl_gObj_InterpInit == 0) {
+    if (zelTcl_gObj_Interp != nullptr) {
+      gFailed = true;
+    } else {
+      gClaimed = false;
+    }
+  }
   return code;
 }
 
@@ -211,12 +231,6 @@ int zelTcl_Obj_Init(Tcl_Interp* interp) {
     return TCL_OK;
   }
   if (zelTcl_gObj_Interp != nullptr) {
-    if (gThread != Tcl_GetCurrentThread()) {
-      SetResult(interp,
-                "can't initialize: an earlier attempt failed in another "
-                "thread and its interpreter is still there");
-      return TCL_ERROR;
-    }
     zelTcl_Obj_Dispose(zelTcl_gObj_Interp);
   }
   zelTcl_gObj_Interp = interp;
@@ -291,6 +305,9 @@ void zelTcl_Obj_Dispose(Tcl_Interp* interp) {
   zelTcl_TCall::FreeSpares();
   zelTcl_gObj_Interp = nullptr;
   gTearingDown = false;
+  if (gFailed.exchange(false)) {
+    gClaimed = false;
+  }
 }
 
 bool zelTcl_Obj_Serves() {
@@ -737,6 +754,13 @@ int zelTcl_Obj_CloneGlobalArray(Tcl_Interp* interp, const char* source,
     Tcl_ResetResult(interp);
   }
   return code;
+}
+
+bool zelTcl_Obj_MovesUnseen(Tcl_Interp* interp, const char* name) {
+  return zelTcl_Internal_IsUntouched(gVarExistHelper) &&
+         zelTcl_Internal_IsUntouched(gCloneArrayHelper) &&
+         zelTcl_Obj_IsSimpleName(name) && !IsOneOf(name, {"varName"}) &&
+         !zelTcl_Internal_IsArrayTraced(interp, name);
 }
 
 // ---- Conversions ------------------------------------------------------------

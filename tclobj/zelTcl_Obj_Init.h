@@ -152,6 +152,9 @@ int zelTcl_Obj_GlobalExists(Tcl_Interp* interp, const char* name, int* exists);
 // missing. Returns, errors and re-entry as above.
 int zelTcl_Obj_CloneGlobalArray(Tcl_Interp* interp, const char* source,
                                 const char* destination);
+// True iff no script can run when an array is moved from or to this name: the
+// helper procedures are those made at start, and nothing there is traced.
+bool zelTcl_Obj_MovesUnseen(Tcl_Interp* interp, const char* name);
 
 // ---- Conversions ------------------------------------------------------------
 //

@@ -339,7 +339,7 @@ void zelTcl_TObject::Dispose() {
   }
   // Delete traces on the command may call methods, which write to `this` again.
   if (beingDestructed && Command() != nullptr && leftName == nullptr &&
-      zelTcl_Internal_HasOtherTraces(Command(), zelTcl_EntityRenameCallback)) {
+      zelTcl_Internal_HasOtherTraces(Command())) {
     zelTcl_SetObj(&leftName, NameObj());
   }
   zelTcl_TEntity::Dispose();

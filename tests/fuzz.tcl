@@ -242,12 +242,13 @@ proc op {} {
     set words [eval list [pick $F(ops)]]
     lassign [string map [list "coroutine $co " ""] $words] cmd word type name
     # Tcl itself does not survive it when a command is replaced that is being
-    # renamed, or one that comes back while it is replaced; nor must a coroutine
-    # end that is running.
-    set F(x,mute) [expr {$cmd eq "proc"
-                         || $cmd ne "rename" && [string match *::* $word]}]
+    # renamed, or a procedure that comes back while it is replaced; nor must a
+    # coroutine end that is running.
+    set replaces [expr {$cmd eq "proc"
+                        || $cmd ne "rename" && [string match *::* $word]}]
+    set F(x,mute) [expr {$replaces && [life $word] eq ""}]
     set calm [expr {$F(x,clean) && !$F(wild)}]
-    if {$cmd eq "this" && ![info exists object] || $F(x,mute) && $F(x,renaming)
+    if {$cmd eq "this" && ![info exists object] || $replaces && $F(x,renaming)
         || $co in $words && !($calm && [info coroutine] eq "")} {
         return [array set F $context]
     }
@@ -265,9 +266,13 @@ proc op {} {
         set called [lookup [lrange $walk 1 end] $method]
     } elseif {$exact && $kind eq "O"} {
         set called [lookup [walk $of] $word]
-    } elseif {$exact && $kind eq "C" && !$F(x,mute) && ![array exists ::$word]
-              && [namespace which -command ::$word] eq ""} {
-        set called [lookup [walk $life] constructor]
+    } elseif {$exact && $kind eq "C" && $cmd ne "this" && !$F(x,mute)} {
+        set F(quiet) 1  ;# an array trace is not to act here
+        if {![array exists ::$word]
+            && [namespace which -command ::$word] eq ""} {
+            set called [lookup [walk $life] constructor]
+        }
+        set F(quiet) 0
     }
     array set F [list expect [string trim $called -] \
                      x,chained [expr {$words eq {this inherited}}] \
