@@ -206,7 +206,7 @@ Proc* zelTcl_TCall::ChooseProc(Tcl_Interp* interp) {
       return linked;
     }
   }
-  return method->proc;
+  return method->PlainProc(interp);
 }
 
 void zelTcl_TCall::MakeLinks(Tcl_Interp* interp) {

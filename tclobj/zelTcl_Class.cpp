@@ -198,7 +198,8 @@ zelTcl_TMethod* zelTcl_TClass::FindMethod(const zelTcl_TMethodKey& key,
       return method;
     }
   }
-  if ((flags & zelTcl_kFindInherited) != 0) {
+  if ((flags & zelTcl_kFindInherited) != 0 &&
+      (reach >> key.hash % kNbBuckets & 1U) != 0) {
     // The walk begins straight up from first superclass to first superclass,
     // where nothing can be met twice: this far it needs no way back, and most
     // methods are found.
@@ -389,7 +390,35 @@ int zelTcl_TClass::Inherit(Tcl_Interp* interp, zelTcl_TClass* superclass) {
   firstSuperclass = superclass;
   down->value = this;
   superclass->specializations->AppendElem(down);
+  Reach(superclass->reach);
   return 0;
+}
+
+// Adds the bits to the class and to all below it. Those that have them already
+// have passed them on. The way back is kept as in a walk upwards.
+void zelTcl_TClass::Reach(std::uint64_t bits) {
+  if ((bits & ~reach) == 0) {
+    return;
+  }
+  reach |= bits;
+  walkFrom = nullptr;
+  walkNext = specializations->Head();
+  zelTcl_TClass* current = this;
+  while (current != nullptr) {
+    const zel_TListElem* const element = current->walkNext;
+    if (element == nullptr) {
+      current = current->walkFrom;
+      continue;
+    }
+    current->walkNext = element->Next();
+    zelTcl_TClass* const below = ClassOf(element);
+    if ((bits & ~below->reach) != 0) {
+      below->reach |= bits;
+      below->walkFrom = current;
+      below->walkNext = below->specializations->Head();
+      current = below;
+    }
+  }
 }
 
 void zelTcl_TClass::DeInherit(zelTcl_TClass* superclass) {
@@ -412,6 +441,7 @@ void zelTcl_TClass::RegisterMethod(zelTcl_TMethod* method) {
   const unsigned bucket = method->NameHash() % kNbBuckets;
   method->EnterBucket(&buckets[bucket]);
   filter |= std::uint64_t{1} << bucket;
+  Reach(filter);
 }
 
 void zelTcl_TClass::DeregisterMethod(zelTcl_TMethod* method) {

@@ -12,6 +12,9 @@
 // 5. A class that is being disposed takes no new object, method or link, so its
 //    lists only shrink and disposal ends. They stay, empty, as long as the
 //    record: scripts can still ask for them.
+// 6. `reach` has all bits of `filter` and of the `reach` of each superclass.
+//    Whatever adds bits passes them on downwards; nothing takes any away, so
+//    `reach` may tell of methods that have gone, but misses none.
 //
 // Walks up the graph visit each class once, in depth-first pre-order: the first
 // encounter decides, and a class met again by another path has nothing new to
@@ -21,7 +24,9 @@
 // Lookups keep no cache: nothing has to be invalidated, and the definition in
 // force is the one found. They hash the name once and look into one bucket of
 // each class on the way, which is nearly always empty where the method is not:
-// a bit of `filter` tells.
+// a bit of `filter` tells. Whether it pays to go up at all, a bit of `reach`
+// tells: most classes have neither constructor nor destructor, and the creation
+// of an object should not cost more the more ancestors there are.
 
 #ifndef TCLOBJ_ZELTCL_CLASS_H
 #define TCLOBJ_ZELTCL_CLASS_H
@@ -155,6 +160,7 @@ class zelTcl_TClass final : public zelTcl_TEntity {
   zelTcl_TObject* NewObject(Tcl_Interp* interp, int objc,
                             Tcl_Obj* const objv[]);
   zelTcl_TMethod* OwnMethod(const zelTcl_TMethodKey& key);
+  void Reach(std::uint64_t bits);
   void DisposeObjects();
   void DisposeLinks();
   void DisposeMethods();
@@ -167,6 +173,7 @@ class zelTcl_TClass final : public zelTcl_TEntity {
 
   zelTcl_TClass* firstSuperclass = nullptr;  // head of `superclasses`
   std::uint64_t filter = 0;                  // a bit for each bucket in use
+  std::uint64_t reach = 0;                   // the same, with all ancestors'
   bool ending = false;                       // Dispose has begun
   // The walk that has visited this class last, and its way back from here.
   std::uint64_t walkSerial = 0;

@@ -87,12 +87,12 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
     Dispose();
     return 1;
   }
-  SetNameObj(Tcl_DuplicateObj(name));
+  simpleName = zelTcl_Obj_IsSimpleName(stringName);
   if (HasNamesake()) {
     return Fail(interp, "a ", typeString, " with that name already exists");
   }
   int exists = 0;
-  if (zelTcl_Obj_GlobalExists(interp, nameObj, &exists) != TCL_OK) {
+  if (zelTcl_Obj_GlobalExists(interp, name, &exists) != TCL_OK) {
     Dispose();
     return 1;
   }
@@ -130,7 +130,7 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
   }
   zelTcl_Obj_RegisterEntity(this);
   registered = 1;
-  zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback, this);
+  zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback);
   return TCL_OK;
 }
 
@@ -160,7 +160,8 @@ int zelTcl_TEntity::MakeWay(Tcl_Interp* interp, const char* commandName) {
 }
 
 bool zelTcl_TEntity::HasNamesake() const {
-  return zelTcl_Obj_EntityFromTclObj(type, nameObj, nullptr) != nullptr ||
+  return (zelTcl_Obj_Interp() != nullptr &&
+          Tcl_FindHashEntry(table, stringName) != nullptr) ||
          TReservedName::Has(stringName);
 }
 
@@ -170,6 +171,13 @@ int zelTcl_TEntity::Fail(Tcl_Interp* interp, const char* ending,
                    "\": ", ending, word, rest, nullptr);
   Dispose();
   return 1;
+}
+
+Tcl_Obj* zelTcl_TEntity::MakeNameObj() {
+  if (stringName != nullptr) {
+    zelTcl_SetObj(&nameObj, Tcl_NewStringObj(stringName, -1));
+  }
+  return nameObj;
 }
 
 void zelTcl_TEntity::SetNameObj(Tcl_Obj* name) {
@@ -229,7 +237,7 @@ void zelTcl_TEntity::FollowCommand(Tcl_Interp* interp) {
       return;
     }
     tried.Reset(Tcl_NewStringObj(name, -1));
-    const zelTcl_TObjRef left(nameObj);
+    const zelTcl_TObjRef left(NameObj());
     switch (FollowName(interp, name)) {
       case TMove::kDone:
         LetFollow(interp, Tcl_GetString(left.get()));
@@ -335,7 +343,7 @@ zelTcl_TEntity::TMove zelTcl_TEntity::MoveArray(Tcl_Interp* interp,
     }
     (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
   }
-  const zelTcl_TObjRef oldName(nameObj);
+  const zelTcl_TObjRef oldName(NameObj());
   if (IsGone() ||
       zelTcl_Obj_GlobalExists(interp, oldName.get(), &exists) != TCL_OK) {
     return TMove::kFailed;
@@ -361,7 +369,7 @@ zelTcl_TEntity::TMove zelTcl_TEntity::MoveArray(Tcl_Interp* interp,
 Var* zelTcl_TEntity::FindArrayVar(Tcl_Interp* interp) {
   DropArrayVar();  // it is stale
   if (simpleName) {
-    arrayVar = zelTcl_Internal_HoldGlobalVar(interp, nameObj);
+    arrayVar = zelTcl_Internal_HoldGlobalVar(interp, NameObj());
   }
   return arrayVar;
 }
@@ -392,8 +400,7 @@ void zelTcl_TEntity::Dispose() {
     Tcl_Interp* const interp = zelTcl_Obj_Interp();
     if (!zelTcl_Internal_IsBeingDeleted(command)) {
       endsCommand = true;
-      zelTcl_Internal_RemoveRenameTrace(interp, command,
-                                        zelTcl_EntityRenameCallback, this);
+      zelTcl_Internal_RemoveRenameTrace(interp, command);
     }
     (void)Tcl_DeleteCommandFromToken(interp, command);
   }

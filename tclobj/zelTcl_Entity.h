@@ -9,7 +9,8 @@
 // 1. `registered` is 1 and `table` maps `stringName` to this entity.
 // 2. `command` is a command of that name whose client data is this entity.
 // 3. Exactly one rename trace of ours is attached to that command, for good.
-// 4. `protectedString` and `nameObj` describe the same name as `stringName`.
+// 4. `protectedString` and, once made, `nameObj` describe the same name as
+//    `stringName`.
 // 2 does not hold from a rename of the command until FollowCommand has ended;
 // the rest is under the old name until then.
 //
@@ -24,6 +25,10 @@
 // step of Dispose tests what it undoes and leaves it so that it may be undone
 // again, so a Dispose entered from inside goes on where the outer one was, and
 // the outer one then finds the rest done.
+//
+// Programs make objects by the hundred thousand: the fields are in an order
+// that leaves no gaps, the registry's entry lies in the record, and the name
+// becomes a value only for an object that is called or listed.
 
 #ifndef TCLOBJ_ZELTCL_ENTITY_H
 #define TCLOBJ_ZELTCL_ENTITY_H
@@ -32,7 +37,10 @@
 
 #include "tclobj/zelTcl_Internal.h"
 
-enum zelTcl_TEntityType { zelTcl_kClassEntity = 0, zelTcl_kObjectEntity = 1 };
+enum zelTcl_TEntityType : unsigned char {
+  zelTcl_kClassEntity = 0,
+  zelTcl_kObjectEntity = 1
+};
 
 // The type words of messages, indexed by zelTcl_TEntityType.
 extern const char* const zelTcl_kEntityTypeStrings[2];
@@ -105,9 +113,14 @@ class zelTcl_TEntity {
   // Null once the entity is disposed, as the next two.
   char* StringName() const { return stringName; }
   const char* ProtectedString() const { return protectedString; }
-  Tcl_Obj* NameObj() const { return nameObj; }
+  // Made when first asked for.
+  Tcl_Obj* NameObj() { return nameObj != nullptr ? nameObj : MakeNameObj(); }
   // Null once Tcl has called the delete procedure.
   Tcl_Command Command() const { return command; }
+  // True iff this very value is the entity's name.
+  bool IsNamed(const Tcl_Obj* name) const { return nameObj == name; }
+  // Where the registry keeps its entry of the name given at creation.
+  Tcl_HashEntry* OwnEntry() { return &ownEntry; }
 
   // The entity's array, found once and then held; null where the plain upvar
   // line must make the link (qualified names and those that look like array
@@ -128,19 +141,24 @@ class zelTcl_TEntity {
 
   int state = zelTcl_kInitialising;               // a zelTcl_TEntityState
   zelTcl_TEntityType type = zelTcl_kClassEntity;  // class or object
-  const char* typeString = nullptr;               // word for messages
-  Tcl_HashTable* table = nullptr;                 // registry of the type
-  int registered = 0;                             // 1 while in `table`
-  char* stringName = nullptr;       // name of command, key and array
-  char* protectedString = nullptr;  // the name as one list element
-  Tcl_Obj* nameObj = nullptr;       // the name as a value, one reference
-  Tcl_Command command = nullptr;    // null when there is none
+  bool endsCommand = false;                       // Dispose deletes the command
+  bool commandGoing = false;         // Tcl has called the delete procedure
+  bool lifeEnded = false;            // the life reference has been dropped
+  const char* typeString = nullptr;  // word for messages
+  Tcl_HashTable* table = nullptr;    // registry of the type
+  int registered = 0;                // 1 while in `table`
+  int refCount = 1;                  // see the head of this file
+  char* stringName = nullptr;        // name of command, key and array
+  char* protectedString = nullptr;   // the name as one list element
+  Tcl_Obj* nameObj = nullptr;        // see NameObj; one reference
+  Tcl_Command command = nullptr;     // null when there is none
 
  private:
   int Fail(Tcl_Interp* interp, const char* ending, const char* word,
            const char* rest);
   bool HasNamesake() const;
   int MakeWay(Tcl_Interp* interp, const char* commandName);
+  Tcl_Obj* MakeNameObj();
   void SetNameObj(Tcl_Obj* name);
   Var* FindArrayVar(Tcl_Interp* interp);
   void DropArrayVar();
@@ -151,13 +169,10 @@ class zelTcl_TEntity {
   TMove MoveArray(Tcl_Interp* interp, const char* newName);
   TMove FollowName(Tcl_Interp* interp, const char* newName);
 
-  int refCount = 1;            // see the head of this file
-  bool endsCommand = false;    // Dispose deletes the command
-  bool commandGoing = false;   // Tcl has called the delete procedure
-  bool lifeEnded = false;      // the life reference has been dropped
-  bool followsRenames = true;  // no rename is being followed, none has failed
-  bool simpleName = false;     // a name that upvar takes for a plain variable
-  Var* arrayVar = nullptr;     // the global array, held; see ArrayVar
+  Tcl_HashEntry ownEntry = {};  // see OwnEntry
+  Var* arrayVar = nullptr;      // the global array, held; see ArrayVar
+  bool followsRenames = true;   // no rename is being followed, none has failed
+  bool simpleName = false;      // a name that upvar takes for a plain variable
 };
 
 // Tcl's callbacks; the client data is the entity.

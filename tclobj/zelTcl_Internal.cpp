@@ -47,6 +47,18 @@ Namespace* GlobalNamespace(Tcl_Interp* interp) {
   return reinterpret_cast<Namespace*>(Tcl_GetGlobalNamespace(interp));
 }
 
+// The rename trace is set before any other and stays the last of its command,
+// so that one record does for all commands. Tcl's own record of the walk tells
+// it which command it is called for.
+CommandTrace gRenameTrace;
+Tcl_CommandTraceProc* gRenameTraceProc = nullptr;
+
+void CallRenameTrace(ClientData /*clientData*/, Tcl_Interp* interp,
+                     const char* oldName, const char* newName, int flags) {
+  const Command* const command = Private(interp)->activeCmdTracePtr->cmdPtr;
+  gRenameTraceProc(command->objClientData, interp, oldName, newName, flags);
+}
+
 void DropCommand(Command* command) {
   if (command->refCount > 1) {
     command->refCount--;
@@ -298,49 +310,34 @@ bool zelTcl_Internal_CanQueue(Tcl_Interp* interp) {
   return gCanReturnEarly && Private(interp)->numLevels > 0;
 }
 
-bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
-                                    Tcl_CommandTraceProc* proc) {
-  const CommandTrace* trace = Private(command)->tracePtr;
-  while (trace != nullptr && trace->traceProc == proc) {
-    trace = trace->nextPtr;
-  }
-  return trace != nullptr;
+bool zelTcl_Internal_HasOtherTraces(Tcl_Command command) {
+  const CommandTrace* const first = Private(command)->tracePtr;
+  return first != nullptr && first != &gRenameTrace;
 }
 
 // The public call finds the command by name, as seen from the namespace that
 // happens to be current, and complains into the result where it finds none.
 // The command is at hand, so the trace is put into its list directly.
 void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
-                                    Tcl_CommandTraceProc* proc,
-                                    ClientData clientData) {
-  Command* const traced = Private(command);
-  auto* const trace = static_cast<CommandTrace*>(
-      static_cast<void*>(ckalloc(sizeof(CommandTrace))));
-  trace->traceProc = proc;
-  trace->clientData = clientData;
-  trace->flags = TCL_TRACE_RENAME | TCL_TRACE_DELETE;
-  trace->nextPtr = traced->tracePtr;
-  trace->refCount = 1;
-  traced->tracePtr = trace;
+                                    Tcl_CommandTraceProc* proc) {
+  gRenameTraceProc = proc;
+  gRenameTrace.traceProc = CallRenameTrace;
+  gRenameTrace.flags = TCL_TRACE_RENAME | TCL_TRACE_DELETE;
+  // One reference is kept, so that Tcl never frees it.
+  gRenameTrace.refCount += gRenameTrace.refCount == 0 ? 2 : 1;
+  Private(command)->tracePtr = &gRenameTrace;
 }
 
-void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command,
-                                       Tcl_CommandTraceProc* proc,
-                                       ClientData clientData) {
+void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp,
+                                       Tcl_Command command) {
   EndWalks(Private(interp)->activeCmdTracePtr, Private(command));
   CommandTrace** link = &Private(command)->tracePtr;
-  while (*link != nullptr &&
-         ((*link)->traceProc != proc || (*link)->clientData != clientData)) {
+  while (*link != nullptr && *link != &gRenameTrace) {
     link = &(*link)->nextPtr;
   }
-  CommandTrace* const trace = *link;
-  if (trace == nullptr) {
-    return;
-  }
-  *link = trace->nextPtr;
-  trace->flags = 0;
-  if (trace->refCount-- <= 1) {
-    ckfree(reinterpret_cast<char*>(trace));
+  if (*link != nullptr) {
+    *link = nullptr;
+    gRenameTrace.refCount--;
   }
 }
 

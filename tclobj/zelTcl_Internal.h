@@ -51,22 +51,19 @@ bool zelTcl_Internal_IsBeingDeleted(Tcl_Command command);
 // True iff something queued with Tcl_NRAddCallback runs when the command that
 // is running now has ended: Tcl 8.6, and not called from C alone.
 bool zelTcl_Internal_CanQueue(Tcl_Interp* interp);
-// True iff a trace with another function than `proc` is on the command.
-bool zelTcl_Internal_HasOtherTraces(Tcl_Command command,
-                                    Tcl_CommandTraceProc* proc);
+// True iff another trace than the one below is on the command.
+bool zelTcl_Internal_HasOtherTraces(Tcl_Command command);
 // Attaches `proc` as a TCL_TRACE_RENAME trace to the command itself, whatever
 // name it has or namespace is current. It is called with TCL_TRACE_DELETE, too,
-// and has to call BeforeDeletion then. Requires: no other trace is there; those
-// set later come first.
+// and has to call BeforeDeletion then. Its client data is that of the command.
+// Requires: no other trace is there; those set later come first. `proc` is the
+// same for all commands.
 void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
-                                    Tcl_CommandTraceProc* proc,
-                                    ClientData clientData);
+                                    Tcl_CommandTraceProc* proc);
 // Removes that trace where present, and ends all walks over those of the
 // command, which is about to be deleted. Without it, Tcl spends no time on
 // calling delete traces where there are no others.
-void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command,
-                                       Tcl_CommandTraceProc* proc,
-                                       ClientData clientData);
+void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command);
 // Starts watching the global command `name`; whatever was watched before is
 // forgotten. Nothing is watched when there is no such command.
 void zelTcl_Internal_Watch(Tcl_Interp* interp, const char* name,

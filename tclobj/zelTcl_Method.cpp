@@ -43,6 +43,22 @@ Tcl_Obj* FormalName(Tcl_Obj* formal) {
   return count == 1 ? formal : fields[0];
 }
 
+// True iff Tcl is known to take the parameters: a list of plain words without
+// defaults.
+bool AreWords(Tcl_Obj* params) {
+  int count = 0;
+  Tcl_Obj** formals = nullptr;
+  if (Tcl_ListObjGetElements(nullptr, params, &count, &formals) != TCL_OK) {
+    return false;
+  }
+  for (int i = 0; i < count; ++i) {
+    if (!zelTcl_Obj_IsWord(Tcl_GetString(formals[i]))) {
+      return false;
+    }
+  }
+  return true;
+}
+
 bool IsLinkName(const char* name) {
   for (const char* const linkName : kLinkNames) {
     if (strcmp(name, linkName) == 0) {
@@ -130,7 +146,9 @@ int zelTcl_TMethod::Build(Tcl_Interp* interp, Tcl_Obj* const objv[]) {
       return TCL_ERROR;
     }
   }
-  return MakeProc(interp, cPrologue, objv[3], objv[4], &proc);
+  return AreWords(objv[3])
+             ? TCL_OK
+             : MakeProc(interp, cPrologue, objv[3], objv[4], &proc);
 }
 
 int zelTcl_TMethod::MakeProc(Tcl_Interp* interp, const char* prologue,
@@ -143,11 +161,16 @@ int zelTcl_TMethod::MakeProc(Tcl_Interp* interp, const char* prologue,
                                           code.get(), made);
 }
 
+// The definition has passed with the same words, so neither of the two can
+// fail.
+
+Proc* zelTcl_TMethod::MakePlainProc(Tcl_Interp* interp) {
+  (void)MakeProc(interp, cPrologue, argList, body, &proc);
+  return proc;
+}
+
 Proc* zelTcl_TMethod::MakeLinkedProc(Tcl_Interp* interp) {
   linkedTried = true;
-  if (argList == nullptr) {
-    return nullptr;  // disposed; what runs now runs as it is
-  }
   int count = 0;
   Tcl_Obj** formals = nullptr;
   (void)Tcl_ListObjGetElements(nullptr, argList, &count, &formals);
@@ -157,7 +180,6 @@ Proc* zelTcl_TMethod::MakeLinkedProc(Tcl_Interp* interp) {
       return nullptr;
     }
   }
-  // The definition has passed with the same words, so this cannot fail.
   (void)MakeProc(interp, cLinkedPrologue, argList, body, &linkedProc);
   return linkedProc;
 }
@@ -214,9 +236,6 @@ Tcl_Obj* zelTcl_TMethod::Args() {
 // ---- The end ----------------------------------------------------------------
 
 void zelTcl_TMethod::Dispose() {
-  zelTcl_SetObj(&body, nullptr);
-  zelTcl_SetObj(&argList, nullptr);
-  zelTcl_SetObj(&args, nullptr);
   if (registered != 0) {
     registered = 0;
     definingClass->DeregisterMethod(this);
@@ -231,6 +250,9 @@ zelTcl_TMethod::~zelTcl_TMethod() {
   if (linkedProc != nullptr) {
     zelTcl_Internal_DeleteProc(linkedProc);
   }
+  zelTcl_SetObj(&body, nullptr);
+  zelTcl_SetObj(&argList, nullptr);
+  zelTcl_SetObj(&args, nullptr);
   zelTcl_SetObj(&nameObj, nullptr);
   zelTcl_SetObj(&fullNameObj, nullptr);
   zelTcl_Obj_FreeStringNames(&stringName, &protectedString);

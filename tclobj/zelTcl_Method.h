@@ -4,7 +4,10 @@
 // Invariants:
 // 1. While `registered` is 1, the class's method table maps `stringName` to
 //    this record.
-// 2. `proc` is set for every method that Init completed.
+// 2. `proc` and `linkedProc` are made when a call first needs them, from `body`
+//    and `argList`: a definition is not charged for a procedure that may never
+//    run, and most methods need only one of the two. Where Tcl has to judge the
+//    parameters, Init makes `proc`; later, making one cannot fail.
 // 3. `fullName` keeps the class's name from the time of the definition: it is
 //    the procedure's name in Tcl's messages, also after a rename of the class.
 //
@@ -60,8 +63,7 @@ class zelTcl_TMethod final {
   // the words of a running command do.
   int ExecuteNR(Tcl_Interp* interp, zelTcl_TObject* object, int objc,
                 Tcl_Obj* const objv[], int fromClassCommand);
-  // Takes the method out of its class and drops its definition texts. Harmless
-  // when repeated.
+  // Takes the method out of its class. Harmless when repeated.
   void Dispose();
 
   // Ends the method: Dispose, then the table's reference.
@@ -111,9 +113,12 @@ class zelTcl_TMethod final {
     *bucket = nextInBucket;
   }
 
-  // The procedure that runs when the links `class` and `this` are made from C,
-  // made at the first call that can use it; null where the formals stand in
-  // the way. See zelTcl_Call.cpp.
+  // The procedure that begins with the upvar line. Borrowed.
+  Proc* PlainProc(Tcl_Interp* interp) {
+    return proc != nullptr ? proc : MakePlainProc(interp);
+  }
+  // The procedure that runs when the links `class` and `this` are made from C;
+  // null where the formals stand in the way. Borrowed. See zelTcl_Call.cpp.
   Proc* LinkedProc(Tcl_Interp* interp) {
     return linkedTried ? linkedProc : MakeLinkedProc(interp);
   }
@@ -122,6 +127,7 @@ class zelTcl_TMethod final {
   friend class zelTcl_TCall;
 
   ~zelTcl_TMethod();
+  Proc* MakePlainProc(Tcl_Interp* interp);
   Proc* MakeLinkedProc(Tcl_Interp* interp);
   int Build(Tcl_Interp* interp, Tcl_Obj* const objv[]);
   int MakeProc(Tcl_Interp* interp, const char* prologue, Tcl_Obj* params,
@@ -134,7 +140,7 @@ class zelTcl_TMethod final {
   char* fullName = nullptr;                // CLASS::NAME at definition
   Tcl_Obj* fullNameObj = nullptr;          // the same as a value
   int registered = 0;                      // 1 while in the method table
-  Proc* proc = nullptr;                    // begins with the upvar line
+  Proc* proc = nullptr;                    // see PlainProc
   Tcl_Obj* body = nullptr;                 // the body word as written
   Tcl_Obj* argList = nullptr;              // the parameter word as written
   Tcl_Obj* args = nullptr;                 // parameter names, see Args

@@ -9,10 +9,13 @@
 
 zelTcl_TNames::~zelTcl_TNames() {
   zel_TestAndFree(names);
+  zel_TestAndFree(values);
 }
 
 zel_TError zelTcl_TNames::Reserve(unsigned room) {
-  return zel_Malloc(names, std::max(room, 1U));
+  const zel_TError error = zel_Malloc(names, std::max(room, 1U));
+  return error == zel_kErrorNone ? zel_Malloc(values, std::max(room, 1U))
+                                 : error;
 }
 
 void zelTcl_TNames::Add(const char* text, Tcl_Obj* value) {
@@ -40,16 +43,21 @@ void zelTcl_TNames::Sort() {
   std::sort(names, names + count, Precedes);
 }
 
-Tcl_Obj* zelTcl_TNames::NewListObj() const {
-  Tcl_Obj* const list = Tcl_NewListObj(0, nullptr);
-  for (const TName* name = names; name != names + count; ++name) {
-    Tcl_Obj* const value =
-        name->value != nullptr ? name->value : Tcl_NewStringObj(name->text, -1);
-    const zelTcl_TObjRef held(value);
-    if (Tcl_ListObjAppendElement(nullptr, list, value) != TCL_OK) {
-      const zelTcl_TObjRef dropped(list);
-      return nullptr;
-    }
+// All at once, so that the list need not grow.
+Tcl_Obj* zelTcl_TNames::NewListObj() {
+  for (unsigned i = 0; i < count; ++i) {
+    values[i] = names[i].value != nullptr ? names[i].value
+                                          : Tcl_NewStringObj(names[i].text, -1);
+    Tcl_IncrRefCount(values[i]);
+  }
+  Tcl_Obj* list = Tcl_NewListObj(0, nullptr);
+  if (Tcl_ListObjReplace(nullptr, list, 0, 0, static_cast<int>(count),
+                         values) != TCL_OK) {
+    const zelTcl_TObjRef dropped(list);
+    list = nullptr;
+  }
+  for (unsigned i = 0; i < count; ++i) {
+    Tcl_DecrRefCount(values[i]);
   }
   return list;
 }

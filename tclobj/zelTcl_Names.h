@@ -19,6 +19,7 @@ class zelTcl_TNames {
   ~zelTcl_TNames();
 
   // Makes room for `count` names in all.
+  // Requires: called once.
   // Returns: 0 or zel_gErrorMemFull.
   zel_TError Reserve(unsigned count);
   // Adds a name. Requires: room for it.
@@ -28,7 +29,7 @@ class zelTcl_TNames {
   // Ascending strcmp order.
   void Sort();
   // Returns: a fresh list of the values in order; null when Tcl refuses.
-  Tcl_Obj* NewListObj() const;
+  Tcl_Obj* NewListObj();
 
  private:
   // The first bytes of the text, as a number that orders like them, decide
@@ -42,7 +43,8 @@ class zelTcl_TNames {
   static constexpr int kPrefixLength = 8;
   static bool Precedes(const TName& a, const TName& b);
 
-  TName* names = nullptr;  // from zel_Malloc
+  TName* names = nullptr;      // from zel_Malloc
+  Tcl_Obj** values = nullptr;  // from zel_Malloc; for NewListObj
   unsigned count = 0;
 };
 

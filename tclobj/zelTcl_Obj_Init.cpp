@@ -1,6 +1,5 @@
 #include "tclobj/zelTcl_Obj_Init.h"
 
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -92,6 +91,46 @@ constexpr const char* kImplicitVarNames[zelTcl_kNbImplicitVars] = {
 // The helper procedures as they were defined.
 zelTcl_TWatchedCommand gVarExistHelper;
 zelTcl_TWatchedCommand gCloneArrayHelper;
+
+// The registries are tables of strings, which work like Tcl's own but do with
+// one copy of each name, and with the entries that the entities have room for.
+// An entity's key is its stringName.
+
+zelTcl_TEntity* gEntering = nullptr;  // the one being registered
+
+unsigned HashName(Tcl_HashTable* /*table*/, void* key) {
+  unsigned hash = 0;
+  for (const char* p = static_cast<const char*>(key); *p != '\0'; ++p) {
+    hash = 9 * hash + static_cast<unsigned char>(*p);
+  }
+  return hash;
+}
+
+int IsSameName(void* key, Tcl_HashEntry* entry) {
+  return strcmp(static_cast<const char*>(key), entry->key.oneWordValue) == 0
+             ? 1
+             : 0;
+}
+
+// For an entity that is renamed, the new entry comes before the old one goes.
+Tcl_HashEntry* NewEntry(Tcl_HashTable* /*table*/, void* key) {
+  Tcl_HashEntry* const entry =
+      gEntering != nullptr ? gEntering->OwnEntry()
+                           : static_cast<Tcl_HashEntry*>(static_cast<void*>(
+                                 ckalloc(sizeof(Tcl_HashEntry))));
+  entry->key.oneWordValue = static_cast<char*>(key);
+  return entry;
+}
+
+void FreeEntry(Tcl_HashEntry* entry) {
+  auto* const entity = static_cast<zelTcl_TEntity*>(Tcl_GetHashValue(entry));
+  if (entry != entity->OwnEntry()) {
+    ckfree(reinterpret_cast<char*>(entry));
+  }
+}
+
+const Tcl_HashKeyType kRegistryKeys = {
+    TCL_HASH_KEY_TYPE_VERSION, 0, HashName, IsSameName, NewEntry, FreeEntry};
 
 void SetResult(Tcl_Interp* interp, const char* text) {
   Tcl_SetObjResult(interp, Tcl_NewStringObj(text, -1));
@@ -197,8 +236,10 @@ int zelTcl_Obj_Init(Tcl_Interp* interp) {
   zelTcl_gObj_Interp = interp;
   gThread = Tcl_GetCurrentThread();
   zelTcl_gObj_RootClassGone = false;
-  Tcl_InitHashTable(&zelTcl_gObj_ClassTable, TCL_STRING_KEYS);
-  Tcl_InitHashTable(&zelTcl_gObj_ObjectTable, TCL_STRING_KEYS);
+  for (Tcl_HashTable* const table :
+       {&zelTcl_gObj_ClassTable, &zelTcl_gObj_ObjectTable}) {
+    Tcl_InitCustomHashTable(table, TCL_CUSTOM_PTR_KEYS, &kRegistryKeys);
+  }
   zelTcl_SetObj(&zelTcl_gObj_ConstructorStringObj,
                 Tcl_NewStringObj("constructor", -1));
   zelTcl_SetObj(&zelTcl_gObj_DestructorStringObj,
@@ -485,19 +526,6 @@ zelTcl_TEntity* zelTclObjEntityFromTclObj(Tcl_Obj* name, Tcl_HashTable* table,
   return nullptr;
 }
 
-// Letters, digits and underscores need no quoting in a list.
-bool IsWord(const char* name) {
-  if (*name == '\0') {
-    return false;
-  }
-  for (; *name != '\0'; ++name) {
-    if (isalnum(static_cast<unsigned char>(*name)) == 0 && *name != '_') {
-      return false;
-    }
-  }
-  return true;
-}
-
 char* CopyText(const char* text, std::size_t length) {
   char* copy = nullptr;
   (void)zel_Malloc(copy, static_cast<unsigned>(length + 1));
@@ -543,8 +571,10 @@ Tcl_HashTable* zelTcl_Obj_EntityHashTable(const zelTcl_TEntity* entity) {
 
 void zelTcl_Obj_RegisterEntity(zelTcl_TEntity* entity) {
   int isNew = 0;
+  gEntering = entity;
   Tcl_HashEntry* const entry =
       Tcl_CreateHashEntry(entity->Table(), entity->StringName(), &isNew);
+  gEntering = nullptr;
   if (isNew == 0) {
     fprintf(stderr,
             "PANIC: can't register %s \"%s\": %s with this name is already "
@@ -588,8 +618,9 @@ char* zelTcl_Obj_NewText(const char* first, const char* second,
 int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
                                  char** protectedString, Tcl_Interp* interp) {
   char* string = CopyText(name, strlen(name));
-  char* quoted =
-      string == nullptr || IsWord(name) ? string : CopyAsElement(name);
+  char* quoted = string == nullptr || zelTcl_Obj_IsWord(name)
+                     ? string
+                     : CopyAsElement(name);
   if (quoted == nullptr) {
     zel_TestAndFree(string);
     if (interp != nullptr) {
@@ -644,6 +675,15 @@ int CallHelper(Tcl_Interp* interp, const char* helper, Tcl_Obj* first,
 }
 
 }  // namespace
+
+bool zelTcl_Obj_IsWord(const char* text) {
+  const char* end = text;
+  while ((*end >= 'a' && *end <= 'z') || (*end >= 'A' && *end <= 'Z') ||
+         (*end >= '0' && *end <= '9') || *end == '_') {
+    ++end;
+  }
+  return *end == '\0' && end != text;
+}
 
 bool zelTcl_Obj_IsSimpleName(const char* name) {
   return strchr(name, '(') == nullptr && strstr(name, "::") == nullptr;
@@ -835,8 +875,7 @@ int zelTcl_Obj_EntityListToStringNameObjList(Tcl_Interp* interp,
   }
   for (const zel_TListElem* element = list->head; element != nullptr;
        element = element->next) {
-    const auto* const entity =
-        static_cast<const zelTcl_TEntity*>(element->Value());
+    auto* const entity = static_cast<zelTcl_TEntity*>(element->Value());
     names.Add(entity->StringName(), entity->NameObj());
   }
   if (sorted != 0) {

@@ -119,6 +119,9 @@ void zelTcl_Obj_FreeStringNames(char** stringName, char** protectedString);
 
 // ---- Variables --------------------------------------------------------------
 
+// True iff the text is of letters (of ASCII), digits and underscores only: then
+// it is its own list element, and a variable may have it as its name.
+bool zelTcl_Obj_IsWord(const char* text);
 // True iff Tcl takes the name for that of a plain variable: neither qualified
 // nor like an array element.
 bool zelTcl_Obj_IsSimpleName(const char* name);

@@ -51,8 +51,8 @@ int zelTcl_TObject::BeginConstruction(Tcl_Interp* interp,
   (void)classElement.Init();  // cannot fail
   classElement.value = this;
   objectClass->RegisterObject(&classElement);
-  registeredInClass = 1;
-  destructorPending = 1;
+  registeredInClass = true;
+  destructorPending = true;
   if (*constructor == nullptr) {
     state = zelTcl_kReady;
   }
@@ -80,7 +80,7 @@ int zelTcl_TObject::FinishConstruction(Tcl_Interp* interp, Tcl_Obj* name,
   }
   // What was never constructed is not destructed; its array stays for the
   // script to look at.
-  destructorPending = 0;
+  destructorPending = false;
   const zelTcl_TObjRef result(Tcl_GetObjResult(interp));
   const zelTcl_TObjRef trace(
       Tcl_GetVar2Ex(interp, "errorInfo", nullptr, TCL_GLOBAL_ONLY));
@@ -281,14 +281,14 @@ bool zelTcl_TObject::ResolveInherited(Tcl_Interp* interp,
 // ---- The end ----------------------------------------------------------------
 
 int zelTcl_TObject::Destruct(Tcl_Interp* interp) {
-  if (beingDestructed != 0) {
+  if (beingDestructed) {
     return TCL_OK;
   }
-  beingDestructed = 1;
-  if (destructorPending == 0) {
+  beingDestructed = true;
+  if (!destructorPending) {
     return TCL_OK;
   }
-  destructorPending = 0;
+  destructorPending = false;
   const zelTcl_TRecordRef<zelTcl_TObject> self(this);
   int code = TCL_OK;
   zelTcl_TMethod* const destructor = objectClass->FindMethod(
@@ -318,7 +318,7 @@ void zelTcl_TObject::UnsetLeftArray(Tcl_Interp* interp) {
 
 void zelTcl_TObject::Dispose() {
   Tcl_Interp* const interp = zelTcl_Obj_Interp();
-  if (destructorPending != 0) {
+  if (destructorPending) {
     if (Tcl_InterpDeleted(interp) ||
         objectClass->FindMethod(zelTcl_gObj_DestructorStringObj, nullptr,
                                 zelTcl_kFindAll) == nullptr) {
@@ -333,13 +333,13 @@ void zelTcl_TObject::Dispose() {
     zelTcl_SetObj(&leftName, NameObj());
     (void)Tcl_UnsetVar(interp, StringName(), TCL_GLOBAL_ONLY);
   }
-  if (registeredInClass != 0) {
-    registeredInClass = 0;
+  if (registeredInClass) {
+    registeredInClass = false;
     objectClass->DeregisterObject(&classElement);
   }
   // Delete traces on the command may call methods, which write to `this` again.
-  if (beingDestructed != 0 && Command() != nullptr && leftName == nullptr &&
-      zelTcl_Internal_HasOtherTraces(Command(), zelTcl_EntityRenameCallback)) {
+  if (beingDestructed && Command() != nullptr && leftName == nullptr &&
+      zelTcl_Internal_HasOtherTraces(Command())) {
     zelTcl_SetObj(&leftName, NameObj());
   }
   zelTcl_TEntity::Dispose();

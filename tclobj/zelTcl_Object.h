@@ -75,7 +75,7 @@ class zelTcl_TObject final : public zelTcl_TEntity {
   int Destruct(Tcl_Interp* interp);
 
   zelTcl_TClass* Class() const { return objectClass; }
-  bool BeingDestructed() const { return beingDestructed != 0; }
+  bool BeingDestructed() const { return beingDestructed; }
 
  private:
   struct TTarget;
@@ -94,14 +94,13 @@ class zelTcl_TObject final : public zelTcl_TEntity {
                         TTarget* target);
   void UnsetLeftArray(Tcl_Interp* interp);
 
+  bool inDestructor = false;             // the destructor is running
+  bool registeredInClass = false;        // while in the class's list
+  bool destructorPending = false;        // from registration to destruction
+  bool beingDestructed = false;          // set by the first Destruct
   zelTcl_TClass* objectClass = nullptr;  // the creating class, counted
-  int registeredInClass = 0;             // 1 while in the class's list
-  int destructorPending = 0;             // 1 from registration to destruction
-  int beingDestructed = 0;               // set by the first Destruct
-
-  zel_TListElem classElement;   // our place in that list
+  zel_TListElem classElement;            // our place in its list
   Tcl_Obj* leftName = nullptr;  // last name, when disposed in the destructor
-  bool inDestructor = false;    // the destructor is running
 };
 
 #endif  // TCLOBJ_ZELTCL_OBJECT_H
