@@ -9,12 +9,15 @@
 #include "tclobj/zelTcl_Handles.h"
 #include "tclobj/zelTcl_Internal.h"
 #include "tclobj/zelTcl_Method.h"
+#include "tclobj/zelTcl_Names.h"
 #include "tclobj/zelTcl_Obj_Init.h"
 #include "tclobj/zelTcl_Object.h"
 
 namespace {
 
 std::uint64_t gLastWalk = 0;
+// Counts whatever changes the methods that some class has or inherits.
+std::uint64_t gDefinitions = 1;
 
 zelTcl_TClass* ClassOf(const zel_TListElem* element) {
   return static_cast<zelTcl_TClass*>(element->Value());
@@ -337,6 +340,32 @@ zel_TError zelTcl_TClass::FullMethodList(zel_TList** list, int withPrefix) {
   return error;
 }
 
+Tcl_Obj* zelTcl_TClass::MethodNames(zel_TError* error) {
+  *error = zel_kErrorNone;
+  if (namesSerial == gDefinitions) {
+    return methodNames;
+  }
+  zelTcl_TMethodSet methods;
+  zelTcl_TNames sorted;
+  *error = methods.Collect(this);
+  if (*error == zel_kErrorNone) {
+    *error = sorted.Reserve(methods.Count());
+  }
+  if (*error != zel_kErrorNone) {
+    return nullptr;
+  }
+  for (const zelTcl_TMethod* method : methods) {
+    sorted.Add(method->StringName(), method->NameObj());
+  }
+  sorted.Sort();
+  Tcl_Obj* const names = sorted.NewListObj();
+  if (names != nullptr) {
+    zelTcl_SetObj(&methodNames, names);
+    namesSerial = gDefinitions;
+  }
+  return names;
+}
+
 int zelTcl_TClass::IsAncestor(zelTcl_TClass* other) {
   TWalk walk(this);
   while (const zelTcl_TClass* const ancestor = walk.Next()) {
@@ -385,6 +414,7 @@ int zelTcl_TClass::Inherit(Tcl_Interp* interp, zelTcl_TClass* superclass) {
     Tcl_AppendResult(interp, "not enough memory", nullptr);
     return 1;
   }
+  ++gDefinitions;
   up->value = superclass;
   superclasses->InsertElem(up);
   firstSuperclass = superclass;
@@ -422,6 +452,7 @@ void zelTcl_TClass::Reach(std::uint64_t bits) {
 }
 
 void zelTcl_TClass::DeInherit(zelTcl_TClass* superclass) {
+  ++gDefinitions;
   superclasses->RemoveValue(superclass);
   firstSuperclass =
       superclasses->Head() == nullptr ? nullptr : ClassOf(superclasses->Head());
@@ -429,6 +460,7 @@ void zelTcl_TClass::DeInherit(zelTcl_TClass* superclass) {
 }
 
 void zelTcl_TClass::RegisterMethod(zelTcl_TMethod* method) {
+  ++gDefinitions;
   int isNew = 0;
   Tcl_HashEntry* entry =
       Tcl_CreateHashEntry(&methodTable, method->StringName(), &isNew);
@@ -445,6 +477,7 @@ void zelTcl_TClass::RegisterMethod(zelTcl_TMethod* method) {
 }
 
 void zelTcl_TClass::DeregisterMethod(zelTcl_TMethod* method) {
+  ++gDefinitions;
   Tcl_HashEntry* const entry =
       Tcl_FindHashEntry(&methodTable, method->StringName());
   if (entry == nullptr) {
@@ -518,6 +551,7 @@ void zelTcl_TClass::DisposeMethods() {
 }
 
 zelTcl_TClass::~zelTcl_TClass() {
+  zelTcl_SetObj(&methodNames, nullptr);
   zel_TestDisposeAndDelete(objectList);
   zel_TestDisposeAndDelete(superclasses);
   zel_TestDisposeAndDelete(specializations);

@@ -175,8 +175,10 @@ Proc* zelTcl_TMethod::MakeLinkedProc(Tcl_Interp* interp) {
   Tcl_Obj** formals = nullptr;
   (void)Tcl_ListObjGetElements(nullptr, argList, &count, &formals);
   for (int i = 0; i < count; ++i) {
-    Tcl_Obj* const formal = FormalName(formals[i]);
-    if (formal == nullptr || IsLinkName(Tcl_GetString(formal))) {
+    // Also of a formal without a default, which may stand in braces.
+    Tcl_Obj* name = nullptr;
+    if (Tcl_ListObjIndex(nullptr, formals[i], 0, &name) != TCL_OK ||
+        name == nullptr || IsLinkName(Tcl_GetString(name))) {
       return nullptr;
     }
   }

@@ -93,8 +93,7 @@ int zelTcl_TObject::FinishConstruction(Tcl_Interp* interp, Tcl_Obj* name,
   return TCL_ERROR;
 }
 
-// ---- Fast path: plain method words
-// -------------------------------------------
+// ---- Fast path: plain method words ------------------------------------------
 //
 // A word without colons that is not "inherited" keeps the hash of its text in
 // its value, as Tcl's own words keep what they were found to mean. It says

@@ -7,7 +7,6 @@
 #include "tclobj/zelTcl_Class.h"
 #include "tclobj/zelTcl_Handles.h"
 #include "tclobj/zelTcl_Method.h"
-#include "tclobj/zelTcl_Names.h"
 #include "tclobj/zelTcl_Obj_Init.h"
 #include "tclobj/zelTcl_Obj_Profiling.h"
 #include "tclobj/zelTcl_Object.h"
@@ -258,27 +257,6 @@ int InfoExists(Tcl_Interp* interp, int /*objc*/, Tcl_Obj* const objv[]) {
 
 // Owns: `*names` is fresh, null when the list could not be made (with a
 // message).
-zel_TError SortedMethodNames(Tcl_Interp* interp, zelTcl_TClass* theClass,
-                             Tcl_Obj** names) {
-  zelTcl_TMethodSet methods;
-  zelTcl_TNames sorted;
-  zel_TError error = methods.Collect(theClass);
-  if (error == zel_kErrorNone) {
-    error = sorted.Reserve(methods.Count());
-  }
-  if (error == zel_kErrorNone) {
-    for (const zelTcl_TMethod* method : methods) {
-      sorted.Add(method->StringName(), method->NameObj());
-    }
-    sorted.Sort();
-    *names = sorted.NewListObj();
-    if (*names == nullptr) {
-      zelTcl_Obj_ReportList(interp);
-    }
-  }
-  return error;
-}
-
 zel_TError PrefixedMethodNames(Tcl_Interp* interp, zelTcl_TClass* theClass,
                                Tcl_Obj** names) {
   zel_TList* methods = nullptr;
@@ -300,9 +278,15 @@ int InfoMethods(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
     return TCL_ERROR;
   }
   Tcl_Obj* names = nullptr;
-  const zel_TError error = withPrefix != 0
-                               ? PrefixedMethodNames(interp, theClass, &names)
-                               : SortedMethodNames(interp, theClass, &names);
+  zel_TError error = zel_kErrorNone;
+  if (withPrefix != 0) {
+    error = PrefixedMethodNames(interp, theClass, &names);
+  } else {
+    names = theClass->MethodNames(&error);
+    if (names == nullptr && error == zel_kErrorNone) {
+      zelTcl_Obj_ReportList(interp);
+    }
+  }
   if (error != zel_kErrorNone) {
     AppendFoundationError(interp, "could not create method list: ", error);
   }
