@@ -16,8 +16,18 @@
 namespace {
 
 std::uint64_t gLastWalk = 0;
-// Counts whatever changes the methods that some class has or inherits.
-std::uint64_t gDefinitions = 1;
+
+// See MethodNames.
+Tcl_Obj* gMethodNames = nullptr;
+const zelTcl_TClass* gMethodNamesOf = nullptr;
+
+// Called by whatever changes the methods that some class has or inherits.
+void ForgetMethodNames() {
+  if (gMethodNames != nullptr) {
+    zelTcl_SetObj(&gMethodNames, nullptr);
+    gMethodNamesOf = nullptr;
+  }
+}
 
 zelTcl_TClass* ClassOf(const zel_TListElem* element) {
   return static_cast<zelTcl_TClass*>(element->Value());
@@ -342,8 +352,8 @@ zel_TError zelTcl_TClass::FullMethodList(zel_TList** list, int withPrefix) {
 
 Tcl_Obj* zelTcl_TClass::MethodNames(zel_TError* error) {
   *error = zel_kErrorNone;
-  if (namesSerial == gDefinitions) {
-    return methodNames;
+  if (gMethodNamesOf == this) {
+    return gMethodNames;
   }
   zelTcl_TMethodSet methods;
   zelTcl_TNames sorted;
@@ -360,8 +370,8 @@ Tcl_Obj* zelTcl_TClass::MethodNames(zel_TError* error) {
   sorted.Sort();
   Tcl_Obj* const names = sorted.NewListObj();
   if (names != nullptr) {
-    zelTcl_SetObj(&methodNames, names);
-    namesSerial = gDefinitions;
+    zelTcl_SetObj(&gMethodNames, names);
+    gMethodNamesOf = this;
   }
   return names;
 }
@@ -414,7 +424,7 @@ int zelTcl_TClass::Inherit(Tcl_Interp* interp, zelTcl_TClass* superclass) {
     Tcl_AppendResult(interp, "not enough memory", nullptr);
     return 1;
   }
-  ++gDefinitions;
+  ForgetMethodNames();
   up->value = superclass;
   superclasses->InsertElem(up);
   firstSuperclass = superclass;
@@ -452,7 +462,7 @@ void zelTcl_TClass::Reach(std::uint64_t bits) {
 }
 
 void zelTcl_TClass::DeInherit(zelTcl_TClass* superclass) {
-  ++gDefinitions;
+  ForgetMethodNames();
   superclasses->RemoveValue(superclass);
   firstSuperclass =
       superclasses->Head() == nullptr ? nullptr : ClassOf(superclasses->Head());
@@ -460,7 +470,7 @@ void zelTcl_TClass::DeInherit(zelTcl_TClass* superclass) {
 }
 
 void zelTcl_TClass::RegisterMethod(zelTcl_TMethod* method) {
-  ++gDefinitions;
+  ForgetMethodNames();
   int isNew = 0;
   Tcl_HashEntry* entry =
       Tcl_CreateHashEntry(&methodTable, method->StringName(), &isNew);
@@ -477,7 +487,7 @@ void zelTcl_TClass::RegisterMethod(zelTcl_TMethod* method) {
 }
 
 void zelTcl_TClass::DeregisterMethod(zelTcl_TMethod* method) {
-  ++gDefinitions;
+  ForgetMethodNames();
   Tcl_HashEntry* const entry =
       Tcl_FindHashEntry(&methodTable, method->StringName());
   if (entry == nullptr) {
@@ -551,7 +561,7 @@ void zelTcl_TClass::DisposeMethods() {
 }
 
 zelTcl_TClass::~zelTcl_TClass() {
-  zelTcl_SetObj(&methodNames, nullptr);
+  ForgetMethodNames();
   zel_TestDisposeAndDelete(objectList);
   zel_TestDisposeAndDelete(superclasses);
   zel_TestDisposeAndDelete(specializations);

@@ -116,9 +116,9 @@ class zelTcl_TClass final : public zelTcl_TEntity {
   // Owns: the caller frees each text with zel_Free, then the list; or calls
   // zelTcl_Obj_DeleteTextList.
   zel_TError FullMethodList(zel_TList** list, int withPrefix);
-  // The sorted names as a Tcl list, kept from one call to the next as long as
-  // nothing is defined, deleted or linked: an error message that lists them is
-  // what most programs ask for them.
+  // The sorted names as a Tcl list. The list made last is kept as long as
+  // nothing is defined, deleted or linked, since the root class asks for it in
+  // each of its messages.
   // Returns: the list, borrowed, or null with the error in `*error`, which is 0
   // when Tcl refuses the list.
   Tcl_Obj* MethodNames(zel_TError* error);
@@ -180,8 +180,6 @@ class zelTcl_TClass final : public zelTcl_TEntity {
   zelTcl_TClass* firstSuperclass = nullptr;  // head of `superclasses`
   std::uint64_t filter = 0;                  // a bit for each bucket in use
   std::uint64_t reach = 0;                   // the same, with all ancestors'
-  Tcl_Obj* methodNames = nullptr;            // see MethodNames
-  std::uint64_t namesSerial = 0;             // of the definitions they are from
   bool ending = false;                       // Dispose has begun
   // The walk that has visited this class last, and its way back from here.
   std::uint64_t walkSerial = 0;

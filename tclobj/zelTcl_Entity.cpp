@@ -220,10 +220,27 @@ int zelTcl_TEntity::RenamedNR(ClientData data[], Tcl_Interp* interp,
   return result;
 }
 
-// Gives the entity the name that its command has. Meanwhile traces may rename
-// the command again, or end it, in a constructor without the object. A name
-// that could not be had is not asked for twice.
+// Gives the entity the name that its command has. The command that has a name
+// left on the way may be that of another entity, which could not have the name
+// before and follows now.
 void zelTcl_TEntity::FollowCommand(Tcl_Interp* interp) {
+  const zelTcl_TObjRef left(Tcl_NewListObj(0, nullptr));
+  FollowOwnCommand(interp, left.get());
+  Tcl_Obj* name = nullptr;
+  for (int i = 0; Tcl_ListObjIndex(nullptr, left.get(), i, &name) == TCL_OK &&
+                  name != nullptr;
+       ++i) {
+    zelTcl_TEntity* const heir = Heir(interp, Tcl_GetString(name));
+    if (heir != nullptr) {
+      heir->followsRenames = false;
+      heir->FollowOwnCommand(interp, left.get());
+    }
+  }
+}
+
+// Meanwhile traces may rename the command again, or end it, in a constructor
+// without the object. A name that could not be had is not asked for twice.
+void zelTcl_TEntity::FollowOwnCommand(Tcl_Interp* interp, Tcl_Obj* left) {
   const zelTcl_TRecordRef<zelTcl_TEntity> self(this);
   zelTcl_TObjRef tried;
   while (command != nullptr) {
@@ -237,10 +254,10 @@ void zelTcl_TEntity::FollowCommand(Tcl_Interp* interp) {
       return;
     }
     tried.Reset(Tcl_NewStringObj(name, -1));
-    const zelTcl_TObjRef left(NameObj());
+    const zelTcl_TObjRef oldName(NameObj());
     switch (FollowName(interp, name)) {
       case TMove::kDone:
-        LetFollow(interp, Tcl_GetString(left.get()));
+        (void)Tcl_ListObjAppendElement(nullptr, left, oldName.get());
         break;
       case TMove::kRefused:
         break;
@@ -250,22 +267,18 @@ void zelTcl_TEntity::FollowCommand(Tcl_Interp* interp) {
   }
 }
 
-// The command that has the name an entity has just left may be that of another
-// one, which could not have the name before.
-void zelTcl_TEntity::LetFollow(Tcl_Interp* interp, const char* name) {
-  const Tcl_Command heir =
+// The entity whose command has the name, if it can follow it there.
+zelTcl_TEntity* zelTcl_TEntity::Heir(Tcl_Interp* interp, const char* name) {
+  const Tcl_Command command =
       Tcl_FindCommand(interp, name, nullptr, TCL_GLOBAL_ONLY);
   Tcl_CmdInfo info;
-  if (heir == nullptr || zelTcl_Internal_IsBeingDeleted(heir) ||
-      Tcl_GetCommandInfoFromToken(heir, &info) == 0 ||
+  if (command == nullptr || zelTcl_Internal_IsBeingDeleted(command) ||
+      Tcl_GetCommandInfoFromToken(command, &info) == 0 ||
       info.objProc != zelTcl_EntityCmdHandler) {
-    return;
+    return nullptr;
   }
-  zelTcl_TEntity* const entity = EntityOf(info.objClientData);
-  if (entity->followsRenames && !entity->IsGone()) {
-    entity->followsRenames = false;
-    entity->FollowCommand(interp);
-  }
+  zelTcl_TEntity* const heir = EntityOf(info.objClientData);
+  return heir->followsRenames && !heir->IsGone() ? heir : nullptr;
 }
 
 // Moves array, registry entry and names to the new name. Where that is taken or

@@ -102,7 +102,7 @@ class zelTcl_TEntity {
     }
   }
   bool IsCommandGoing() const { return commandGoing; }
-  // True iff Dispose has deleted the command, and not Tcl.
+  // True iff Dispose deletes the command: nothing is about to replace it.
   bool EndsCommand() const { return endsCommand; }
   // True iff Dispose has begun to take the entity's name away.
   bool IsGone() const { return state == zelTcl_kDisposing; }
@@ -117,8 +117,6 @@ class zelTcl_TEntity {
   Tcl_Obj* NameObj() { return nameObj != nullptr ? nameObj : MakeNameObj(); }
   // Null once Tcl has called the delete procedure.
   Tcl_Command Command() const { return command; }
-  // True iff this very value is the entity's name.
-  bool IsNamed(const Tcl_Obj* name) const { return nameObj == name; }
   // Where the registry keeps its entry of the name given at creation.
   Tcl_HashEntry* OwnEntry() { return &ownEntry; }
 
@@ -165,7 +163,8 @@ class zelTcl_TEntity {
   enum class TMove { kDone, kRefused, kFailed };
   static int RenamedNR(ClientData data[], Tcl_Interp* interp, int result);
   void FollowCommand(Tcl_Interp* interp);
-  static void LetFollow(Tcl_Interp* interp, const char* name);
+  void FollowOwnCommand(Tcl_Interp* interp, Tcl_Obj* left);
+  static zelTcl_TEntity* Heir(Tcl_Interp* interp, const char* name);
   TMove MoveArray(Tcl_Interp* interp, const char* newName);
   TMove FollowName(Tcl_Interp* interp, const char* newName);
 

@@ -350,13 +350,10 @@ void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
 
 void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp,
                                        Tcl_Command command) {
-  EndWalks(Private(interp)->activeCmdTracePtr, Private(command));
-  CommandTrace** link = &Private(command)->tracePtr;
-  while (*link != nullptr && *link != &gRenameTrace) {
-    link = &(*link)->nextPtr;
-  }
-  if (*link != nullptr) {
-    *link = nullptr;
+  if (!zelTcl_Internal_HasOtherTraces(command) &&
+      Private(command)->tracePtr != nullptr) {
+    EndWalks(Private(interp)->activeCmdTracePtr, Private(command));
+    Private(command)->tracePtr = nullptr;
     gRenameTrace.refCount--;
   }
 }
@@ -440,9 +437,11 @@ bool zelTcl_TCommandEnd::IsHomeAlive(Tcl_Interp* interp) const {
 }
 
 void zelTcl_TCommandEnd::Finish(Tcl_Interp* interp, Tcl_ObjCmdProc* gone) {
+  // Tcl 8.6 asks for the first of the two functions, 8.5 knows only the second.
   if (gCanReturnEarly) {
-    command_->nreProc = gone;  // the other function is cleared by Tcl
+    command_->nreProc = gone;
   }
+  command_->objProc = gone;
   command_->objClientData = nullptr;
   command_->nsPtr = home_;
   if (interp == nullptr) {

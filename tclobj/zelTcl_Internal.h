@@ -60,9 +60,8 @@ bool zelTcl_Internal_HasOtherTraces(Tcl_Command command);
 // same for all commands.
 void zelTcl_Internal_AddRenameTrace(Tcl_Command command,
                                     Tcl_CommandTraceProc* proc);
-// Removes that trace where present, and ends all walks over those of the
-// command, which is about to be deleted. Without it, Tcl spends no time on
-// calling delete traces where there are no others.
+// Removes that trace where it is the only one, from a command that is about to
+// be deleted, so that Tcl spends no time on calling delete traces.
 void zelTcl_Internal_RemoveRenameTrace(Tcl_Interp* interp, Tcl_Command command);
 // Starts watching the global command `name`; whatever was watched before is
 // forgotten. Nothing is watched when there is no such command.

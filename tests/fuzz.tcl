@@ -219,7 +219,9 @@ proc enter {def object method} {
     must [expr {$F(expect) in [list "" $def]}] "$def called, not $F(expect)"
     set life [life $object]
     if {$method in {constructor destructor}} {set F(x,clean) 0}
-    if {$method eq "constructor" && $life eq ""} {attach $object $F(x,id)}
+    if {$method eq "constructor" && "$life[info procs ::$object]" eq ""} {
+        attach $object $F(x,id)
+    }
     if {$method eq "destructor" && !$F(x,chained)} {
         if {$life eq ""} {set life [get $F(dying) $object]}
         if {[info exists F(M,$life)]} {set life ""}
