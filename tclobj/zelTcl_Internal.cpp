@@ -192,7 +192,7 @@ void WriteErrorLine(Tcl_Interp* interp, Tcl_Obj* nameWord) {
   char line[kMostShown + 50];
   const int lineLength =
       snprintf(line, sizeof(line), "\n    (procedure \"%s\" line %d)", name,
-               Tcl_GetErrorLine(interp));
+               Private(interp)->errorLine);
   Tcl_AppendObjToErrorInfo(interp, Tcl_NewStringObj(line, lineLength));
 }
 
