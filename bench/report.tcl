@@ -372,7 +372,8 @@ This was a quick run: shorter, and with fewer objects than the titles say.
 - A class of 20 methods is made by a script that is compiled already, under a
   new name each time; the bodies of the methods are never compiled.
 - Of the lists of method names, this library's is sorted, and has the inherited
-  ones, too.
+  ones, too. It is made for the first time only: the last list is kept until
+  something is defined. Made anew each time, it takes twice as long as TclOO's.
 - Memory is the growth of the resident memory by 100,000 objects, divided.
 "
     writeFile [file join $folder results.md] $text

@@ -14,7 +14,8 @@
 
 #include "tclobj/zelTcl_Internal.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <string_view>
 #include <tclInt.h>
@@ -189,11 +190,16 @@ void WriteErrorLine(Tcl_Interp* interp, Tcl_Obj* nameWord) {
     gProcError(interp, nameWord);
     return;
   }
-  char line[kMostShown + 50];
-  const int lineLength =
-      snprintf(line, sizeof(line), "\n    (procedure \"%s\" line %d)", name,
-               Private(interp)->errorLine);
-  Tcl_AppendObjToErrorInfo(interp, Tcl_NewStringObj(line, lineLength));
+  constexpr std::string_view kBefore("\n    (procedure \"");
+  constexpr std::string_view kBetween("\" line ");
+  char line[kBefore.size() + kMostShown + kBetween.size() + 16];
+  char* end = std::copy(kBefore.begin(), kBefore.end(), line);
+  end = std::copy_n(name, length, end);
+  end = std::copy(kBetween.begin(), kBetween.end(), end);
+  end = std::to_chars(end, line + sizeof(line), Private(interp)->errorLine).ptr;
+  *end++ = ')';
+  Tcl_AppendObjToErrorInfo(
+      interp, Tcl_NewStringObj(line, static_cast<int>(end - line)));
 }
 
 int HookedEnd(ClientData data[], Tcl_Interp* interp, int result) {

@@ -234,8 +234,11 @@ int InfoClassOfObject(Tcl_Interp* interp, int /*objc*/, Tcl_Obj* const objv[]) {
   if (object == nullptr) {
     return TCL_ERROR;
   }
+  zelTcl_TClass* const theClass = object->Class();
   Tcl_SetObjResult(interp,
-                   Tcl_NewStringObj(object->Class()->ProtectedString(), -1));
+                   theClass->ProtectedString() == theClass->StringName()
+                       ? theClass->NameObj()
+                       : Tcl_NewStringObj(theClass->ProtectedString(), -1));
   return TCL_OK;
 }
 
