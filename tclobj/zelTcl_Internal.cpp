@@ -270,6 +270,13 @@ bool TakeShelter(Tcl_Interp* interp, Namespace* space, const char* name) {
   return true;
 }
 
+// A hidden command is in no namespace's table: its name is another's there.
+bool IsHidden(const Command* command) {
+  return command->hPtr != nullptr &&
+         command->hPtr->tablePtr ==
+             Private(command->nsPtr->interp)->hiddenCmdTablePtr;
+}
+
 // Ends walks over the traces of the command, from the given one outwards.
 void EndWalks(ActiveCommandTrace* walk, const Command* command) {
   for (; walk != nullptr; walk = walk->nextPtr) {
@@ -396,6 +403,9 @@ void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName) {
   const ActiveCommandTrace* const deleting = Private(interp)->activeCmdTracePtr;
   Command* const command = deleting->cmdPtr;
   EndWalks(deleting->nextPtr, command);
+  if (IsHidden(command)) {
+    return;
+  }
   const char* tail = oldName;
   for (const char* colons = strstr(tail, "::"); colons != nullptr;
        colons = strstr(tail, "::")) {
@@ -424,7 +434,7 @@ void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName) {
 
 zelTcl_TCommandEnd::zelTcl_TCommandEnd(Tcl_Command command, bool replaced)
     : command_(Private(command)), home_(command_->nsPtr) {
-  if (replaced && command_->hPtr != nullptr) {
+  if (replaced && command_->hPtr != nullptr && !IsHidden(command_)) {
     name_.Reset(Tcl_NewStringObj(static_cast<const char*>(Tcl_GetHashKey(
                                      command_->hPtr->tablePtr, command_->hPtr)),
                                  -1));
