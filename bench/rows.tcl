@@ -112,11 +112,11 @@ row older {create + delete with 10,000 older objects of the class} \
 } -except floor
 
 row deleteCreated {delete 100,000 objects in the order of creation, each} \
-    -kind growth -classes Plain -order created -except floor
+    -kind growth -classes Plain -order created
 row deleteReverse {delete 100,000 objects in reverse order, each} \
-    -kind growth -classes Plain -order reverse -except floor
+    -kind growth -classes Plain -order reverse
 row deleteRandom {delete 100,000 objects in random order, each} \
-    -kind growth -classes Plain -order random -except floor
+    -kind growth -classes Plain -order random
 
 # ------------------------------------------------------------------ Classes
 

@@ -53,6 +53,12 @@ proc bench::call {class object method args} {
 proc bench::delete {object} {
     return "$object destroy"
 }
+proc bench::newNamed {object} {
+    return [new Plain $object]
+}
+proc bench::deleteNamed {object} {
+    return [delete $object]
+}
 proc bench::exists {object} {
     return "llength \[info commands $object\]"
 }
@@ -93,7 +99,8 @@ proc bench::shuffled {number} {
 # Replaces each <word argument ...> by what the system's procedure of that name
 # gives for the arguments.
 proc bench::expand {script} {
-    set words {new|delete|exists|call|methods|instances|define20}
+    set words \
+        {newNamed|deleteNamed|new|delete|exists|call|methods|instances|define20}
     while {[regexp -indices "<((?:$words) \[^<>\]*)>" $script whole inner]} {
         set call [string range $script {*}$inner]
         if {[info procs [lindex $call 0]] eq ""} {
@@ -178,8 +185,8 @@ proc bench::measure.loop {row} {
 # The time of deleting one of many objects, for several numbers of objects.
 proc bench::measure.growth {row} {
     variable sizes
-    set create [compile create names {foreach o $names {<new Plain $o>}}]
-    set delete [compile delete names {foreach o $names {<delete $o>}}]
+    set create [compile create names {foreach o $names {<newNamed $o>}}]
+    set delete [compile delete names {foreach o $names {<deleteNamed $o>}}]
     set growth {}
     foreach size $sizes {
         set names [names $size]

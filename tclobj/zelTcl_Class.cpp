@@ -132,13 +132,13 @@ int zelTcl_TClass::Init(Tcl_Interp* interp, Tcl_Obj* name) {
 zelTcl_TObject* zelTcl_TClass::NewObject(Tcl_Interp* interp, int objc,
                                          Tcl_Obj* const objv[]) {
   if (objc < 2) {
-    Tcl_AppendResult(interp, "wrong # args: should be \"", protectedString,
+    Tcl_AppendResult(interp, "wrong # args: should be \"", ProtectedString(),
                      " <objName> ...\"", nullptr);
     return nullptr;
   }
   if (ending) {
     Tcl_AppendResult(interp, "could not create object \"",
-                     Tcl_GetString(objv[1]), "\": class \"", stringName,
+                     Tcl_GetString(objv[1]), "\": class \"", StringName(),
                      "\" is being deleted", nullptr);
     return nullptr;
   }
@@ -247,7 +247,7 @@ zelTcl_TMethod* zelTcl_TClass::FindMethod(Tcl_Obj* name, Tcl_Interp* interp,
 void zelTcl_TClass::ReportNoMethod(Tcl_Interp* interp, const char* key,
                                    int flags) {
   if ((flags & zelTcl_kFindOwn) == 0) {
-    Tcl_AppendResult(interp, "\"", stringName,
+    Tcl_AppendResult(interp, "\"", StringName(),
                      "\" does not specialize the method \"", key, "\"",
                      nullptr);
     return;
@@ -258,7 +258,7 @@ void zelTcl_TClass::ReportNoMethod(Tcl_Interp* interp, const char* key,
     return;
   }
   if (names->Head() == nullptr) {
-    Tcl_AppendResult(interp, ": class \"", stringName, "\" has no methods\"",
+    Tcl_AppendResult(interp, ": class \"", StringName(), "\" has no methods\"",
                      nullptr);
   } else {
     Tcl_AppendResult(interp, ": should be ", nullptr);
@@ -522,15 +522,15 @@ void zelTcl_TClass::Dispose() {
     zelTcl_gObj_RootClass = nullptr;
     zelTcl_gObj_RootClassGone = true;
   }
-  if (superclasses != nullptr && stringName != nullptr) {
+  if (superclasses != nullptr && StringName() != nullptr) {
     // Without the list, creation failed early, and a variable of the name is
     // someone else's.
-    (void)Tcl_UnsetVar(zelTcl_Obj_Interp(), stringName, TCL_GLOBAL_ONLY);
+    (void)Tcl_UnsetVar(zelTcl_Obj_Interp(), StringName(), TCL_GLOBAL_ONLY);
   }
   DisposeObjects();
-  if (superclasses != nullptr && stringName != nullptr) {
+  if (superclasses != nullptr && StringName() != nullptr) {
     // Destructors that count the objects have made the array anew.
-    (void)Tcl_UnsetVar(zelTcl_Obj_Interp(), stringName, TCL_GLOBAL_ONLY);
+    (void)Tcl_UnsetVar(zelTcl_Obj_Interp(), StringName(), TCL_GLOBAL_ONLY);
   }
   DisposeLinks();
   DisposeMethods();

@@ -2,9 +2,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <utility>
-
-#include "foundation/zel_Alloc.h"
 
 #include "tclobj/zelTcl_Handles.h"
 #include "tclobj/zelTcl_Internal.h"
@@ -23,15 +20,38 @@ const char* WithoutGlobalPrefix(const char* name) {
   return strncmp(name, "::", 2) == 0 && name[2] != '\0' ? name + 2 : name;
 }
 
-// The texts of a name until an entity takes them over.
-struct TNewNames {
-  TNewNames() = default;
-  TNewNames(const TNewNames&) = delete;
-  TNewNames& operator=(const TNewNames&) = delete;
-  ~TNewNames() { zelTcl_Obj_FreeStringNames(&string, &quoted); }
-  char* string = nullptr;
-  char* quoted = nullptr;
-};
+// A fresh value of the name. Where the name is no plain word, it has the name
+// as a list element behind its text, for ProtectedString. Null when memory has
+// run out.
+Tcl_Obj* NewName(const char* name) {
+  const auto length = static_cast<int>(strlen(name));
+  Tcl_Obj* const plain = Tcl_NewStringObj(name, length);
+  if (zelTcl_Obj_IsWord(name)) {
+    return plain;
+  }
+  const zelTcl_TObjRef list(Tcl_NewListObj(1, &plain));
+  int quotedLength = 0;
+  const char* const quoted = Tcl_GetStringFromObj(list.get(), &quotedLength);
+  auto* const texts = static_cast<char*>(
+      attemptckalloc(static_cast<unsigned>(length + quotedLength + 2)));
+  if (texts == nullptr) {
+    return nullptr;
+  }
+  memcpy(texts, name, static_cast<std::size_t>(length) + 1);
+  memcpy(texts + length + 1, quoted,
+         static_cast<std::size_t>(quotedLength) + 1);
+  Tcl_Obj* const value = Tcl_NewObj();
+  value->bytes = texts;
+  value->length = length;
+  return value;
+}
+
+// The value for an entity of that name: the one given, if it is what NewName
+// would make.
+Tcl_Obj* NameFrom(Tcl_Obj* given) {
+  const char* const text = Tcl_GetString(given);
+  return zelTcl_Obj_IsWord(text) ? given : NewName(text);
+}
 
 // The name that an entity is about to have, for the length of a move that runs
 // scripts: no other may take it meanwhile.
@@ -79,17 +99,16 @@ int GoneHandler(ClientData /*clientData*/, Tcl_Interp* interp, int /*objc*/,
 int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
                          Tcl_Obj* name) {
   state = zelTcl_kInitialising;
-  type = newType;
-  typeString = zelTcl_kEntityTypeStrings[type];
-  table = zelTcl_Obj_EntityHashTable(this);
-  if (zelTcl_Obj_UpdateStringNames(Tcl_GetString(name), &stringName,
-                                   &protectedString, interp) != 0) {
+  type = newType & 1U;
+  const zelTcl_TObjRef nameObj(NameFrom(name));
+  if (nameObj.get() == nullptr) {
+    zelTcl_Obj_ReportNoNames(interp, Tcl_GetString(name));
     Dispose();
     return 1;
   }
-  simpleName = zelTcl_Obj_IsSimpleName(stringName);
+  SetName(nameObj.get());
   if (HasNamesake()) {
-    return Fail(interp, "a ", typeString, " with that name already exists");
+    return Fail(interp, "a ", TypeString(), " with that name already exists");
   }
   int exists = 0;
   if (zelTcl_Obj_GlobalExists(interp, name, &exists) != TCL_OK) {
@@ -101,23 +120,25 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
     return Fail(interp, cUnloaded, "", "");
   }
   if (HasNamesake()) {
-    return Fail(interp, "a ", typeString, " with that name already exists");
+    return Fail(interp, "a ", TypeString(), " with that name already exists");
   }
   if (exists != 0) {
     return Fail(interp, "a global variable with that name already exists", "",
                 "");
   }
-  if (zelTcl_Internal_GlobalCommandExists(interp, stringName)) {
+  const char* const text = StringName();
+  if (zelTcl_Internal_GlobalCommandExists(interp, text)) {
     return Fail(interp, cCommandExists, "", "");
   }
+  const bool isSimple = zelTcl_Obj_IsSimpleName(text);
   zelTcl_TDString commandName;
-  if (!simpleName && strncmp(stringName, "::", 2) != 0) {
+  if (!isSimple && strncmp(text, "::", 2) != 0) {
     // A qualified name is meant from the global namespace, whatever namespace
     // the class command was called in.
     commandName.Append("::");
   }
-  commandName.Append(stringName);
-  if (!simpleName && MakeWay(interp, commandName.Value()) != 0) {
+  commandName.Append(text);
+  if (!isSimple && MakeWay(interp, commandName.Value()) != 0) {
     return 1;
   }
   Preserve();  // for the command
@@ -126,10 +147,9 @@ int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
       zelTcl_EntityCmdHandlerNR, this, zelTcl_EntityDeleteCmdHandler);
   if (command == nullptr) {
     Release();
-    return Fail(interp, "failed to create the ", typeString, " command");
+    return Fail(interp, "failed to create the ", TypeString(), " command");
   }
   zelTcl_Obj_RegisterEntity(this);
-  registered = 1;
   zelTcl_Internal_AddRenameTrace(command, zelTcl_EntityRenameCallback);
   return TCL_OK;
 }
@@ -151,7 +171,7 @@ int zelTcl_TEntity::MakeWay(Tcl_Interp* interp, const char* commandName) {
     return Fail(interp, cUnloaded, "", "");
   }
   if (HasNamesake()) {
-    return Fail(interp, "a ", typeString, " with that name already exists");
+    return Fail(interp, "a ", TypeString(), " with that name already exists");
   }
   return Tcl_FindCommand(interp, commandName, nullptr, TCL_GLOBAL_ONLY) ==
                  nullptr
@@ -161,28 +181,48 @@ int zelTcl_TEntity::MakeWay(Tcl_Interp* interp, const char* commandName) {
 
 bool zelTcl_TEntity::HasNamesake() const {
   return (zelTcl_Obj_Interp() != nullptr &&
-          Tcl_FindHashEntry(table, stringName) != nullptr) ||
-         TReservedName::Has(stringName);
+          Tcl_FindHashEntry(Table(), StringName()) != nullptr) ||
+         TReservedName::Has(StringName());
 }
 
 int zelTcl_TEntity::Fail(Tcl_Interp* interp, const char* ending,
                          const char* word, const char* rest) {
-  Tcl_AppendResult(interp, "could not create ", typeString, " \"", stringName,
-                   "\": ", ending, word, rest, nullptr);
+  Tcl_AppendResult(interp, "could not create ", TypeString(), " \"",
+                   StringName(), "\": ", ending, word, rest, nullptr);
   Dispose();
   return 1;
 }
 
-Tcl_Obj* zelTcl_TEntity::MakeNameObj() {
-  if (stringName != nullptr) {
-    zelTcl_SetObj(&nameObj, Tcl_NewStringObj(stringName, -1));
-  }
-  return nameObj;
+// ---- Names ------------------------------------------------------------------
+
+Tcl_HashTable* zelTcl_TEntity::Table() const {
+  return zelTcl_Obj_EntityHashTable(this);
 }
 
-void zelTcl_TEntity::SetNameObj(Tcl_Obj* name) {
-  zelTcl_SetObj(&nameObj, name);
-  simpleName = zelTcl_Obj_IsSimpleName(stringName);
+const char* zelTcl_TEntity::ProtectedString() const {
+  const char* const name = StringName();
+  return name == nullptr || zelTcl_Obj_IsWord(name)
+             ? name
+             : name + ownEntry.key.objPtr->length + 1;  // see NewName
+}
+
+// A value from NameFrom or NewName.
+void zelTcl_TEntity::SetName(Tcl_Obj* name) {
+  const char* const text = Tcl_GetString(name);
+  const std::size_t length = strlen(text);
+  const bool fits = length < sizeof(shortName) && zelTcl_Obj_IsWord(text);
+  memcpy(shortName, fits ? text : "", fits ? length + 1 : 1);
+  zelTcl_SetObj(&ownEntry.key.objPtr, fits ? nullptr : name);
+  nameGone = false;
+}
+
+Tcl_Obj* zelTcl_TEntity::MakeNameObj() {
+  zelTcl_SetObj(&ownEntry.key.objPtr, Tcl_NewStringObj(shortName, -1));
+  return ownEntry.key.objPtr;
+}
+
+zelTcl_TEntity::~zelTcl_TEntity() {
+  zelTcl_SetObj(&ownEntry.key.objPtr, nullptr);
 }
 
 // ---- Renaming ---------------------------------------------------------------
@@ -194,13 +234,13 @@ void zelTcl_TEntity::Rename(Tcl_Interp* interp, const char* /*oldName*/,
                             const char* newName, int /*flags*/) {
   // Where a delete trace renames what is going, the entity goes by its own
   // name.
-  if (!registered || !followsRenames || IsGone() || Tcl_InterpDeleted(interp) ||
-      zelTcl_Internal_IsBeingDeleted(command)) {
+  if (!IsRegistered() || !followsRenames || IsGone() ||
+      Tcl_InterpDeleted(interp) || zelTcl_Internal_IsBeingDeleted(command)) {
     return;
   }
   followsRenames = false;  // until this one has been followed
   if (zelTcl_Internal_CanQueue(interp) &&
-      !(zelTcl_Obj_MovesUnseen(interp, stringName) &&
+      !(zelTcl_Obj_MovesUnseen(interp, StringName()) &&
         zelTcl_Obj_MovesUnseen(interp, WithoutGlobalPrefix(newName)))) {
     Preserve();
     Tcl_NRAddCallback(interp, RenamedNR, this, nullptr, nullptr, nullptr);
@@ -247,7 +287,7 @@ void zelTcl_TEntity::FollowOwnCommand(Tcl_Interp* interp, Tcl_Obj* left) {
     const zelTcl_TObjRef actual(Tcl_NewObj());
     Tcl_GetCommandFullName(interp, command, actual.get());
     const char* const name = WithoutGlobalPrefix(Tcl_GetString(actual.get()));
-    if (strcmp(name, WithoutGlobalPrefix(stringName)) == 0 ||
+    if (strcmp(name, WithoutGlobalPrefix(StringName())) == 0 ||
         (tried.get() != nullptr &&
          strcmp(name, Tcl_GetString(tried.get())) == 0)) {
       followsRenames = true;
@@ -288,48 +328,41 @@ zelTcl_TEntity* zelTcl_TEntity::Heir(Tcl_Interp* interp, const char* name) {
 zelTcl_TEntity::TMove zelTcl_TEntity::FollowName(Tcl_Interp* interp,
                                                  const char* newName) {
   // Whatever can fail for want of memory comes first.
-  TNewNames names;
-  if (zelTcl_Obj_UpdateStringNames(newName, &names.string, &names.quoted,
-                                   nullptr) != 0) {
+  const zelTcl_TObjRef name(NewName(newName));
+  if (name.get() == nullptr) {
     fprintf(stderr,
             "PANIC: no more memory while renaming %s \"%s\" to \"%s\"\n",
-            typeString, stringName, newName);
+            TypeString(), StringName(), newName);
     return TMove::kRefused;
   }
+  const char* const text = Tcl_GetString(name.get());
   // Another entity may be registered under a name that its command has lost: in
   // its constructor, or by a rename to a name that no array can have.
-  if (IsTaken(names.string)) {
+  if (IsTaken(text)) {
     return TMove::kRefused;
   }
-  const TReservedName reserved(names.string);
-  const TMove moved = MoveArray(interp, names.string);
+  const TReservedName reserved(text);
+  const TMove moved = MoveArray(interp, text);
   if (moved != TMove::kDone) {
     return moved;
   }
-  Tcl_HashEntry* const oldEntry = Tcl_FindHashEntry(table, stringName);
-  if (oldEntry == nullptr) {
+  const char* problem = nullptr;
+  if (!IsRegistered()) {
+    problem = "entry not found";
+  } else if (Tcl_FindHashEntry(Table(), text) != nullptr) {
+    problem = "new name already exist";
+  }
+  if (problem != nullptr) {
     fprintf(stderr,
-            "PANIC: entry not found in the the string to pointer hash entry "
-            "while renaming %s \"%s\" to \"%s\"\n",
-            typeString, stringName, names.string);
+            "PANIC: %s in the the string to pointer hash entry while renaming "
+            "%s \"%s\" to \"%s\"\n",
+            problem, TypeString(), StringName(), text);
     return TMove::kFailed;
   }
-  int isNew = 0;
-  Tcl_HashEntry* const newEntry =
-      Tcl_CreateHashEntry(table, names.string, &isNew);
-  if (isNew == 0) {
-    fprintf(stderr,
-            "PANIC: new name already exist in the the string to pointer hash "
-            "entry while renaming %s \"%s\" to \"%s\"\n",
-            typeString, stringName, names.string);
-    return TMove::kFailed;
-  }
-  Tcl_SetHashValue(newEntry, this);
-  Tcl_DeleteHashEntry(oldEntry);
+  zelTcl_Obj_DeregisterEntity(this);
   DropArrayVar();
-  std::swap(stringName, names.string);
-  std::swap(protectedString, names.quoted);
-  SetNameObj(Tcl_NewStringObj(stringName, -1));
+  SetName(name.get());
+  zelTcl_Obj_RegisterEntity(this);
   return TMove::kDone;
 }
 
@@ -351,7 +384,7 @@ zelTcl_TEntity::TMove zelTcl_TEntity::MoveArray(Tcl_Interp* interp,
   }
   if (exists != 0) {
     if (!IsGone() &&
-        zelTcl_Internal_IsSameGlobal(interp, stringName, newName)) {
+        zelTcl_Internal_IsSameGlobal(interp, StringName(), newName)) {
       return TMove::kDone;  // a script has linked the new name to the array
     }
     (void)Tcl_UnsetVar(interp, newName, TCL_GLOBAL_ONLY);
@@ -381,7 +414,7 @@ zelTcl_TEntity::TMove zelTcl_TEntity::MoveArray(Tcl_Interp* interp,
 
 Var* zelTcl_TEntity::FindArrayVar(Tcl_Interp* interp) {
   DropArrayVar();  // it is stale
-  if (simpleName) {
+  if (zelTcl_Obj_IsSimpleName(StringName())) {
     arrayVar = zelTcl_Internal_HoldGlobalVar(interp, NameObj());
   }
   return arrayVar;
@@ -418,12 +451,10 @@ void zelTcl_TEntity::Dispose() {
     (void)Tcl_DeleteCommandFromToken(interp, command);
   }
   DropArrayVar();
-  if (registered != 0) {
+  if (IsRegistered()) {
     zelTcl_Obj_DeregisterEntity(this);
-    registered = 0;
   }
-  zelTcl_SetObj(&nameObj, nullptr);
-  zelTcl_Obj_FreeStringNames(&stringName, &protectedString);
+  nameGone = true;
 }
 
 void zelTcl_TEntity::Retire() {

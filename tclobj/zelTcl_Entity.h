@@ -6,11 +6,11 @@
 // deletion disposes of the entity.
 //
 // Invariants of a ready entity:
-// 1. `registered` is 1 and `table` maps `stringName` to this entity.
+// 1. The registry of its type maps its name to this entity.
 // 2. `command` is a command of that name whose client data is this entity.
 // 3. Exactly one rename trace of ours is attached to that command, for good.
-// 4. `protectedString` and, once made, `nameObj` describe the same name as
-//    `stringName`.
+// 4. `shortName`, unless empty, and `ownEntry`'s key, unless null, are the same
+//    name; one of them is there.
 // 2 does not hold from a rename of the command until FollowCommand has ended;
 // the rest is under the old name until then.
 //
@@ -27,8 +27,8 @@
 // the outer one then finds the rest done.
 //
 // Programs make objects by the hundred thousand: the fields are in an order
-// that leaves no gaps, the registry's entry lies in the record, and the name
-// becomes a value only for an object that is called or listed.
+// that leaves no gaps, the registry's entry and a short name lie in the record,
+// and the name becomes a value only for an object that is called or listed.
 
 #ifndef TCLOBJ_ZELTCL_ENTITY_H
 #define TCLOBJ_ZELTCL_ENTITY_H
@@ -107,18 +107,26 @@ class zelTcl_TEntity {
   // True iff Dispose has begun to take the entity's name away.
   bool IsGone() const { return state == zelTcl_kDisposing; }
 
-  zelTcl_TEntityType Type() const { return type; }
-  const char* TypeString() const { return typeString; }
-  Tcl_HashTable* Table() const { return table; }
-  // Null once the entity is disposed, as the next two.
-  char* StringName() const { return stringName; }
-  const char* ProtectedString() const { return protectedString; }
-  // Made when first asked for.
-  Tcl_Obj* NameObj() { return nameObj != nullptr ? nameObj : MakeNameObj(); }
+  zelTcl_TEntityType Type() const {
+    return static_cast<zelTcl_TEntityType>(type);
+  }
+  const char* TypeString() const { return zelTcl_kEntityTypeStrings[type]; }
+  // The registry of the type.
+  Tcl_HashTable* Table() const;
+  // The name of the command, the registry's entry and the array. Null once the
+  // entity is disposed, as the next two.
+  const char* StringName() const { return nameGone ? nullptr : LastText(); }
+  // The name as one list element: StringName itself where that is a word.
+  const char* ProtectedString() const;
+  // The name as a value, made when first asked for.
+  Tcl_Obj* NameObj() { return nameGone ? nullptr : LastName(); }
   // Null once Tcl has called the delete procedure.
   Tcl_Command Command() const { return command; }
-  // Where the registry keeps its entry of the name given at creation.
+  // The registry's entry of this entity. Its key is the name as a value, if
+  // that has been made.
   Tcl_HashEntry* OwnEntry() { return &ownEntry; }
+  // True iff the entry is in the registry.
+  bool IsRegistered() const { return ownEntry.tablePtr != nullptr; }
 
   // The entity's array, found once and then held; null where the plain upvar
   // line must make the link (qualified names and those that look like array
@@ -130,34 +138,33 @@ class zelTcl_TEntity {
   }
 
  protected:
-  zelTcl_TEntity() = default;
-  ~zelTcl_TEntity() = default;
+  zelTcl_TEntity()
+      : type(zelTcl_kClassEntity),
+        endsCommand(false),
+        commandGoing(false),
+        lifeEnded(false),
+        followsRenames(true),
+        nameGone(true) {}
+  ~zelTcl_TEntity();
   // True iff an entity of either type bears the name, or will in a moment.
   static bool IsTaken(const char* name);
+  // The name, also that of an entity that is disposed.
+  const char* LastText() const {
+    return *shortName != '\0' ? shortName : Tcl_GetString(ownEntry.key.objPtr);
+  }
+  Tcl_Obj* LastName() {
+    return ownEntry.key.objPtr != nullptr ? ownEntry.key.objPtr : MakeNameObj();
+  }
   // Deletes the record as the type it is.
   virtual void Free() = 0;
-
-  int state = zelTcl_kInitialising;               // a zelTcl_TEntityState
-  zelTcl_TEntityType type = zelTcl_kClassEntity;  // class or object
-  bool endsCommand = false;                       // Dispose deletes the command
-  bool commandGoing = false;         // Tcl has called the delete procedure
-  bool lifeEnded = false;            // the life reference has been dropped
-  const char* typeString = nullptr;  // word for messages
-  Tcl_HashTable* table = nullptr;    // registry of the type
-  int registered = 0;                // 1 while in `table`
-  int refCount = 1;                  // see the head of this file
-  char* stringName = nullptr;        // name of command, key and array
-  char* protectedString = nullptr;   // the name as one list element
-  Tcl_Obj* nameObj = nullptr;        // see NameObj; one reference
-  Tcl_Command command = nullptr;     // null when there is none
 
  private:
   int Fail(Tcl_Interp* interp, const char* ending, const char* word,
            const char* rest);
   bool HasNamesake() const;
   int MakeWay(Tcl_Interp* interp, const char* commandName);
+  void SetName(Tcl_Obj* name);
   Tcl_Obj* MakeNameObj();
-  void SetNameObj(Tcl_Obj* name);
   Var* FindArrayVar(Tcl_Interp* interp);
   void DropArrayVar();
   enum class TMove { kDone, kRefused, kFailed };
@@ -168,10 +175,22 @@ class zelTcl_TEntity {
   TMove MoveArray(Tcl_Interp* interp, const char* newName);
   TMove FollowName(Tcl_Interp* interp, const char* newName);
 
-  Tcl_HashEntry ownEntry = {};  // see OwnEntry
-  Var* arrayVar = nullptr;      // the global array, held; see ArrayVar
-  bool followsRenames = true;   // no rename is being followed, none has failed
-  bool simpleName = false;      // a name that upvar takes for a plain variable
+  Tcl_HashEntry ownEntry = {};    // see OwnEntry; holds its key
+  Tcl_Command command = nullptr;  // null when there is none
+  Var* arrayVar = nullptr;        // the global array, held; see ArrayVar
+  char shortName[16] = "";        // a word that fits, or empty
+  int refCount = 1;               // see the head of this file
+
+ protected:
+  unsigned char state = zelTcl_kInitialising;  // a zelTcl_TEntityState
+
+ private:
+  unsigned char type : 1;   // a zelTcl_TEntityType
+  bool endsCommand : 1;     // Dispose deletes the command
+  bool commandGoing : 1;    // Tcl has called the delete procedure
+  bool lifeEnded : 1;       // the life reference has been dropped
+  bool followsRenames : 1;  // no rename is being followed, none has failed
+  bool nameGone : 1;        // there is no name yet, or no longer
 };
 
 // Tcl's callbacks; the client data is the entity.

@@ -93,10 +93,13 @@ zelTcl_TWatchedCommand gVarExistHelper;
 zelTcl_TWatchedCommand gCloneArrayHelper;
 
 // The registries are tables of strings, which work like Tcl's own but do with
-// one copy of each name, and with the entries that the entities have room for.
-// An entity's key is its stringName.
+// the entities' own texts and with the entries that the entities have room for.
 
 zelTcl_TEntity* gEntering = nullptr;  // the one being registered
+
+zelTcl_TEntity* EntityOf(const Tcl_HashEntry* entry) {
+  return static_cast<zelTcl_TEntity*>(Tcl_GetHashValue(entry));
+}
 
 unsigned HashName(Tcl_HashTable* /*table*/, void* key) {
   unsigned hash = 0;
@@ -107,26 +110,16 @@ unsigned HashName(Tcl_HashTable* /*table*/, void* key) {
 }
 
 int IsSameName(void* key, Tcl_HashEntry* entry) {
-  return strcmp(static_cast<const char*>(key), entry->key.oneWordValue) == 0
-             ? 1
-             : 0;
+  const char* const name = EntityOf(entry)->StringName();
+  return strcmp(static_cast<const char*>(key), name) == 0 ? 1 : 0;
 }
 
-// For an entity that is renamed, the new entry comes before the old one goes.
-Tcl_HashEntry* NewEntry(Tcl_HashTable* /*table*/, void* key) {
-  Tcl_HashEntry* const entry =
-      gEntering != nullptr ? gEntering->OwnEntry()
-                           : static_cast<Tcl_HashEntry*>(static_cast<void*>(
-                                 ckalloc(sizeof(Tcl_HashEntry))));
-  entry->key.oneWordValue = static_cast<char*>(key);
-  return entry;
+Tcl_HashEntry* NewEntry(Tcl_HashTable* /*table*/, void* /*key*/) {
+  return gEntering->OwnEntry();
 }
 
 void FreeEntry(Tcl_HashEntry* entry) {
-  auto* const entity = static_cast<zelTcl_TEntity*>(Tcl_GetHashValue(entry));
-  if (entry != entity->OwnEntry()) {
-    ckfree(reinterpret_cast<char*>(entry));
-  }
+  entry->tablePtr = nullptr;
 }
 
 const Tcl_HashKeyType kRegistryKeys = {
@@ -517,7 +510,7 @@ zelTcl_TEntity* zelTclObjEntityFromTclObj(Tcl_Obj* name, Tcl_HashTable* table,
           ? nullptr
           : Tcl_FindHashEntry(table, Tcl_GetString(name));
   if (entry != nullptr) {
-    return static_cast<zelTcl_TEntity*>(Tcl_GetHashValue(entry));
+    return EntityOf(entry);
   }
   if (interp != nullptr) {
     Tcl_AppendResult(interp, "there is no ", typeWord, " named \"",
@@ -586,15 +579,13 @@ void zelTcl_Obj_RegisterEntity(zelTcl_TEntity* entity) {
 }
 
 void zelTcl_Obj_DeregisterEntity(zelTcl_TEntity* entity) {
-  Tcl_HashEntry* const entry =
-      Tcl_FindHashEntry(entity->Table(), entity->StringName());
-  if (entry == nullptr) {
+  if (!entity->IsRegistered()) {
     fprintf(stderr,
             "PANIC: can't deregister %s \"%s\": this %s is not registered\n",
             entity->TypeString(), entity->StringName(), entity->TypeString());
     return;
   }
-  Tcl_DeleteHashEntry(entry);
+  Tcl_DeleteHashEntry(entity->OwnEntry());
 }
 
 char* zelTcl_Obj_NewText(const char* first, const char* second,
@@ -615,6 +606,13 @@ char* zelTcl_Obj_NewText(const char* first, const char* second,
   return text;
 }
 
+void zelTcl_Obj_ReportNoNames(Tcl_Interp* interp, const char* name) {
+  if (interp != nullptr) {
+    Tcl_AppendResult(interp, "could not create string names for \"", name,
+                     "\": not enough memory", nullptr);
+  }
+}
+
 int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
                                  char** protectedString, Tcl_Interp* interp) {
   char* string = CopyText(name, strlen(name));
@@ -623,10 +621,7 @@ int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
                      : CopyAsElement(name);
   if (quoted == nullptr) {
     zel_TestAndFree(string);
-    if (interp != nullptr) {
-      Tcl_AppendResult(interp, "could not create string names for \"", name,
-                       "\": not enough memory", nullptr);
-    }
+    zelTcl_Obj_ReportNoNames(interp, name);
     return 1;
   }
   zelTcl_Obj_FreeStringNames(stringName, protectedString);
@@ -771,6 +766,13 @@ const char* TextOf(const zel_TListElem* element) {
   return static_cast<const char*>(element->Value());
 }
 
+// The key of an entry of a registry or of a table of strings.
+const char* KeyText(Tcl_HashTable* table, Tcl_HashEntry* entry) {
+  return table->typePtr == &kRegistryKeys
+             ? EntityOf(entry)->StringName()
+             : static_cast<const char*>(Tcl_GetHashKey(table, entry));
+}
+
 }  // namespace
 
 void zelTcl_Obj_AppendOptionList(Tcl_Interp* interp, const zel_TList* list) {
@@ -813,7 +815,9 @@ int zelTcl_Obj_HashToList(Tcl_Interp* interp, Tcl_HashTable* table,
   for (Tcl_HashEntry* entry = Tcl_FirstHashEntry(table, &search);
        entry != nullptr && error == zel_kErrorNone;
        entry = Tcl_NextHashEntry(&search)) {
-    error = list->AppendValue(Tcl_GetHashKey(table, entry), nullptr);
+    // The list's values are untyped; nobody writes to these.
+    error =
+        list->AppendValue(const_cast<char*>(KeyText(table, entry)), nullptr);
   }
   const char* problem = "no more memory";
   if (error == zel_kErrorNone && comparator != nullptr) {
@@ -842,7 +846,7 @@ int zelTcl_Obj_StringHashTableToObj(Tcl_Interp* interp, Tcl_HashTable* table,
   Tcl_HashSearch search;
   for (Tcl_HashEntry* entry = Tcl_FirstHashEntry(table, &search);
        entry != nullptr; entry = Tcl_NextHashEntry(&search)) {
-    names.Add(static_cast<const char*>(Tcl_GetHashKey(table, entry)), nullptr);
+    names.Add(KeyText(table, entry), nullptr);
   }
   if (sorted != 0) {
     names.Sort();

@@ -113,7 +113,8 @@ char* zelTcl_Obj_NewText(const char* first, const char* second,
 //   could not create string names for "NAME": not enough memory
 int zelTcl_Obj_UpdateStringNames(const char* name, char** stringName,
                                  char** protectedString, Tcl_Interp* interp);
-
+// Appends the message of that, unless `interp` is null.
+void zelTcl_Obj_ReportNoNames(Tcl_Interp* interp, const char* name);
 // Frees the two texts of a name, where set, and clears both.
 void zelTcl_Obj_FreeStringNames(char** stringName, char** protectedString);
 

@@ -10,6 +10,15 @@
 
 // ---- Construction -----------------------------------------------------------
 
+zelTcl_TObject::zelTcl_TObject()
+    : inDestructor(false),
+      destructorPending(false),
+      beingDestructed(false),
+      leavesArray(false) {
+  (void)classElement.Init();  // cannot fail
+  classElement.value = this;
+}
+
 int zelTcl_TObject::Init(Tcl_Interp* interp, zelTcl_TClass* theClass, int objc,
                          Tcl_Obj* const objv[]) {
   zelTcl_TMethod* constructor = nullptr;
@@ -48,10 +57,7 @@ int zelTcl_TObject::BeginConstruction(Tcl_Interp* interp,
         interp, Tcl_NewStringObj("too many args: there is no constructor", -1));
     return TCL_ERROR;
   }
-  (void)classElement.Init();  // cannot fail
-  classElement.value = this;
   objectClass->RegisterObject(&classElement);
-  registeredInClass = true;
   destructorPending = true;
   if (*constructor == nullptr) {
     state = zelTcl_kReady;
@@ -309,10 +315,12 @@ int zelTcl_TObject::Destruct(Tcl_Interp* interp) {
 // its own object, or a delete trace. What they wrote to `this` goes too, unless
 // the name is in use again.
 void zelTcl_TObject::UnsetLeftArray(Tcl_Interp* interp) {
-  if (leftName != nullptr && !IsTaken(Tcl_GetString(leftName))) {
-    (void)Tcl_UnsetVar(interp, Tcl_GetString(leftName), TCL_GLOBAL_ONLY);
+  if (leavesArray) {
+    leavesArray = false;
+    if (!IsTaken(LastText())) {
+      (void)Tcl_UnsetVar(interp, LastText(), TCL_GLOBAL_ONLY);
+    }
   }
-  zelTcl_SetObj(&leftName, nullptr);
 }
 
 void zelTcl_TObject::Dispose() {
@@ -328,18 +336,17 @@ void zelTcl_TObject::Dispose() {
       (void)Destruct(interp);
     }
   }
-  if (inDestructor && leftName == nullptr && NameObj() != nullptr) {
-    zelTcl_SetObj(&leftName, NameObj());
+  if (inDestructor && !leavesArray && StringName() != nullptr) {
+    leavesArray = true;
     (void)Tcl_UnsetVar(interp, StringName(), TCL_GLOBAL_ONLY);
   }
-  if (registeredInClass) {
-    registeredInClass = false;
+  if (classElement.list != nullptr) {
     objectClass->DeregisterObject(&classElement);
   }
   // Delete traces on the command may call methods, which write to `this` again.
-  if (beingDestructed && Command() != nullptr && leftName == nullptr &&
+  if (beingDestructed && Command() != nullptr && StringName() != nullptr &&
       zelTcl_Internal_HasOtherTraces(Command())) {
-    zelTcl_SetObj(&leftName, NameObj());
+    leavesArray = true;
   }
   zelTcl_TEntity::Dispose();
   if (!inDestructor) {
@@ -348,7 +355,6 @@ void zelTcl_TObject::Dispose() {
 }
 
 zelTcl_TObject::~zelTcl_TObject() {
-  zelTcl_SetObj(&leftName, nullptr);
   if (objectClass != nullptr) {
     objectClass->Release();
   }

@@ -23,7 +23,7 @@ class zelTcl_TMethod;
 
 class zelTcl_TObject final : public zelTcl_TEntity {
  public:
-  zelTcl_TObject() = default;
+  zelTcl_TObject();
 
   // Ends the object; a pending destructor runs, and leaves no trace in the
   // interpreter's result.
@@ -94,13 +94,12 @@ class zelTcl_TObject final : public zelTcl_TEntity {
                         TTarget* target);
   void UnsetLeftArray(Tcl_Interp* interp);
 
-  bool inDestructor = false;             // the destructor is running
-  bool registeredInClass = false;        // while in the class's list
-  bool destructorPending = false;        // from registration to destruction
-  bool beingDestructed = false;          // set by the first Destruct
+  bool inDestructor : 1;                 // the destructor is running
+  bool destructorPending : 1;            // from registration to destruction
+  bool beingDestructed : 1;              // set by the first Destruct
+  bool leavesArray : 1;                  // see UnsetLeftArray
   zelTcl_TClass* objectClass = nullptr;  // the creating class, counted
   zel_TListElem classElement;            // our place in its list
-  Tcl_Obj* leftName = nullptr;  // last name, when disposed in the destructor
 };
 
 #endif  // TCLOBJ_ZELTCL_OBJECT_H

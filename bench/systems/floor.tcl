@@ -14,6 +14,14 @@ proc new {class object args} {
 proc delete {object} {
     return "unset ::$object"
 }
+# Where many objects are deleted, each is a procedure: what Tcl takes to delete
+# a command is the least that the others can take.
+proc newNamed {object} {
+    return "proc ::$object {} {}"
+}
+proc deleteNamed {object} {
+    return "rename ::$object {}"
+}
 proc exists {object} {
     return "info exists ::$object"
 }
