@@ -49,8 +49,13 @@ Tcl_Obj* NewName(const char* name) {
 // The value for an entity of that name: the one given, if it is what NewName
 // would make.
 Tcl_Obj* NameFrom(Tcl_Obj* given) {
-  const char* const text = Tcl_GetString(given);
-  return zelTcl_Obj_IsWord(text) ? given : NewName(text);
+  int length = 0;
+  const char* const text = Tcl_GetStringFromObj(given, &length);
+  // A name ends at a zero byte, should a text have one.
+  return zelTcl_Obj_IsWord(text) &&
+                 strlen(text) == static_cast<std::size_t>(length)
+             ? given
+             : NewName(text);
 }
 
 // The name that an entity is about to have, for the length of a move that runs
@@ -214,6 +219,13 @@ void zelTcl_TEntity::SetName(Tcl_Obj* name) {
   memcpy(shortName, fits ? text : "", fits ? length + 1 : 1);
   zelTcl_SetObj(&ownEntry.key.objPtr, fits ? nullptr : name);
   nameGone = false;
+}
+
+void zelTcl_TEntity::ShareName(Tcl_Obj* given) {
+  if (ownEntry.key.objPtr == nullptr) {
+    const zelTcl_TObjRef name(NameFrom(given));
+    zelTcl_SetObj(&ownEntry.key.objPtr, name.get());
+  }
 }
 
 Tcl_Obj* zelTcl_TEntity::MakeNameObj() {

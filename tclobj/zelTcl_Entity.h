@@ -148,6 +148,9 @@ class zelTcl_TEntity {
   ~zelTcl_TEntity();
   // True iff an entity of either type bears the name, or will in a moment.
   static bool IsTaken(const char* name);
+  // Makes the script's own value of the name NameObj, unless there is one:
+  // for an entity that is about to need it.
+  void ShareName(Tcl_Obj* given);
   // The name, also that of an entity that is disposed.
   const char* LastText() const {
     return *shortName != '\0' ? shortName : Tcl_GetString(ownEntry.key.objPtr);

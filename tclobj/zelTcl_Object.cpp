@@ -61,6 +61,8 @@ int zelTcl_TObject::BeginConstruction(Tcl_Interp* interp,
   destructorPending = true;
   if (*constructor == nullptr) {
     state = zelTcl_kReady;
+  } else {
+    ShareName(objv[1]);
   }
   return TCL_OK;
 }
