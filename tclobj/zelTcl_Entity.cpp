@@ -21,8 +21,9 @@ const char* WithoutGlobalPrefix(const char* name) {
 }
 
 // A fresh value of the name. Where the name is no plain word, it has the name
-// as a list element behind its text, for ProtectedString. Null when memory has
-// run out.
+// as a list element behind its text, for ProtectedString: a value that is held
+// is never changed in place. Null when there is no memory for the two texts;
+// Tcl has none of its own without ending the process.
 Tcl_Obj* NewName(const char* name) {
   const auto length = static_cast<int>(strlen(name));
   Tcl_Obj* const plain = Tcl_NewStringObj(name, length);
@@ -46,8 +47,8 @@ Tcl_Obj* NewName(const char* name) {
   return value;
 }
 
-// The value for an entity of that name: the one given, if it is what NewName
-// would make.
+// The value for an entity of that name: the one given, shared with the script,
+// if it is what NewName would make.
 Tcl_Obj* NameFrom(Tcl_Obj* given) {
   int length = 0;
   const char* const text = Tcl_GetStringFromObj(given, &length);
@@ -208,10 +209,10 @@ const char* zelTcl_TEntity::ProtectedString() const {
   const char* const name = StringName();
   return name == nullptr || zelTcl_Obj_IsWord(name)
              ? name
-             : name + ownEntry.key.objPtr->length + 1;  // see NewName
+             : name + strlen(name) + 1;  // see NewName
 }
 
-// A value from NameFrom or NewName.
+// Requires: a value from NameFrom or NewName; see ProtectedString.
 void zelTcl_TEntity::SetName(Tcl_Obj* name) {
   const char* const text = Tcl_GetString(name);
   const std::size_t length = strlen(text);

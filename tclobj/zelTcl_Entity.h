@@ -119,11 +119,15 @@ class zelTcl_TEntity {
   // The name as one list element: StringName itself where that is a word.
   const char* ProtectedString() const;
   // The name as a value, made when first asked for.
-  Tcl_Obj* NameObj() { return nameGone ? nullptr : LastName(); }
+  Tcl_Obj* NameObj() {
+    if (nameGone) {
+      return nullptr;
+    }
+    return ownEntry.key.objPtr != nullptr ? ownEntry.key.objPtr : MakeNameObj();
+  }
   // Null once Tcl has called the delete procedure.
   Tcl_Command Command() const { return command; }
-  // The registry's entry of this entity. Its key is the name as a value, if
-  // that has been made.
+  // The registry's entry of this entity. Its key is NameObj, once made.
   Tcl_HashEntry* OwnEntry() { return &ownEntry; }
   // True iff the entry is in the registry.
   bool IsRegistered() const { return ownEntry.tablePtr != nullptr; }
@@ -155,9 +159,6 @@ class zelTcl_TEntity {
   const char* LastText() const {
     return *shortName != '\0' ? shortName : Tcl_GetString(ownEntry.key.objPtr);
   }
-  Tcl_Obj* LastName() {
-    return ownEntry.key.objPtr != nullptr ? ownEntry.key.objPtr : MakeNameObj();
-  }
   // Deletes the record as the type it is.
   virtual void Free() = 0;
 
@@ -178,7 +179,7 @@ class zelTcl_TEntity {
   TMove MoveArray(Tcl_Interp* interp, const char* newName);
   TMove FollowName(Tcl_Interp* interp, const char* newName);
 
-  Tcl_HashEntry ownEntry = {};    // see OwnEntry; holds its key
+  Tcl_HashEntry ownEntry = {};    // see OwnEntry; one reference to the key
   Tcl_Command command = nullptr;  // null when there is none
   Var* arrayVar = nullptr;        // the global array, held; see ArrayVar
   char shortName[16] = "";        // a word that fits, or empty

@@ -92,8 +92,10 @@ constexpr const char* kImplicitVarNames[zelTcl_kNbImplicitVars] = {
 zelTcl_TWatchedCommand gVarExistHelper;
 zelTcl_TWatchedCommand gCloneArrayHelper;
 
-// The registries are tables of strings, which work like Tcl's own but do with
-// the entities' own texts and with the entries that the entities have room for.
+// The registries are searched by texts, like Tcl's tables of strings. Their
+// entries lie in the entities, and so do the texts. Tcl does not touch the key
+// of an entry made by the table's own function: there the entity has its name
+// as a value.
 
 zelTcl_TEntity* gEntering = nullptr;  // the one being registered
 
@@ -119,7 +121,7 @@ Tcl_HashEntry* NewEntry(Tcl_HashTable* /*table*/, void* /*key*/) {
 }
 
 void FreeEntry(Tcl_HashEntry* entry) {
-  entry->tablePtr = nullptr;
+  entry->tablePtr = nullptr;  // see zelTcl_TEntity::IsRegistered
 }
 
 const Tcl_HashKeyType kRegistryKeys = {

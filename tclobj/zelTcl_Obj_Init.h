@@ -23,9 +23,11 @@ class zelTcl_TObject;
 
 // ---- Process-wide state -----------------------------------------------------
 
-extern Tcl_Interp* zelTcl_gObj_Interp;         // the one served, or null
-extern Tcl_HashTable zelTcl_gObj_ClassTable;   // name to class; owns nothing
-extern Tcl_HashTable zelTcl_gObj_ObjectTable;  // name to object; owns nothing
+extern Tcl_Interp* zelTcl_gObj_Interp;  // the one served, or null
+// Names to entities. They own nothing, and are entered and left by the
+// functions below only, since the entries lie in the entities.
+extern Tcl_HashTable zelTcl_gObj_ClassTable;
+extern Tcl_HashTable zelTcl_gObj_ObjectTable;
 extern Tcl_Obj* zelTcl_gObj_ConstructorStringObj;  // "constructor", held
 extern Tcl_Obj* zelTcl_gObj_DestructorStringObj;   // "destructor", held
 // What later classes inherit: the first class made. Null before, and for good
@@ -171,7 +173,7 @@ int zelTcl_Obj_ReportList(Tcl_Interp* interp);
 int zelTcl_Obj_ListToObj(Tcl_Interp* interp, const zel_TList* list,
                          Tcl_Obj** out);
 // The keys of a table, in its own order or sorted. The list is the caller's,
-// the keys stay the table's.
+// the keys stay the table's, or the entities'.
 // Errors: could not create list from hash table: no more memory
 //   could not create list from hash table: error while sorting the list
 int zelTcl_Obj_HashToList(Tcl_Interp* interp, Tcl_HashTable* table,

@@ -340,6 +340,7 @@ void zelTcl_TObject::Dispose() {
   }
   if (inDestructor && !leavesArray && StringName() != nullptr) {
     leavesArray = true;
+    state = zelTcl_kDisposing;  // a rename in an unset trace is not followed
     (void)Tcl_UnsetVar(interp, StringName(), TCL_GLOBAL_ONLY);
   }
   if (classElement.list != nullptr) {
