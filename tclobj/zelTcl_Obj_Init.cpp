@@ -647,10 +647,10 @@ namespace {
 // How the helper procedures can be asked about a name. They import the variable
 // under the last part of its name, which then hides a parameter of that name.
 bool IsOneOf(const char* name, std::initializer_list<const char*> params) {
-  const char* tail = name;
-  for (const char* colons = strstr(name, "::"); colons != nullptr;
-       colons = strstr(tail, "::")) {
-    tail = colons + 2;
+  const char* tail = name + strlen(name);
+  while (tail != name &&
+         !(tail - name >= 2 && tail[-1] == ':' && tail[-2] == ':')) {
+    --tail;
   }
   for (const char* const param : params) {
     if (strcmp(tail, param) == 0) {
@@ -683,7 +683,10 @@ bool zelTcl_Obj_IsWord(const char* text) {
 }
 
 bool zelTcl_Obj_IsSimpleName(const char* name) {
-  return strchr(name, '(') == nullptr && strstr(name, "::") == nullptr;
+  while (*name != '\0' && *name != '(' && !(name[0] == ':' && name[1] == ':')) {
+    ++name;
+  }
+  return *name == '\0';
 }
 
 Tcl_Obj* zelTcl_Obj_ImplicitVarName(zelTcl_TImplicitVar which) {
