@@ -258,7 +258,7 @@ proc bench::measure.load {row} {
         close $channel
         set best($name) Inf
     }
-    for {set i 0} {$i < $runs} {incr i} {
+    for {set i 0} {$i < 8 * $runs} {incr i} {
         foreach name {bare loading} {
             set start [clock microseconds]
             exec [info nameofexecutable] $path($name)
