@@ -365,8 +365,8 @@ This was a quick run: shorter, and with fewer objects than the titles say.
 - *plain procedure*: what a program without objects would do. A call calls a
   procedure, an object is a global array, sorted names are `lsort` of a list. Of
   the many that are deleted, each is a procedure: the least that a system can
-  take whose objects are commands. What takes longer the more there are is the
-  processor's cache, which holds 10,000 of them, but not 100,000.
+  take whose objects are commands. In random order, all take longer the more
+  there are: 10,000 fit into the processor's cache, 100,000 do not.
 - *procedure with upvar*: a procedure called with the parameters `objName`,
   `className` and `methodName`, whose body begins with the line `upvar #0
   \$className class \$objName this`.

@@ -258,6 +258,7 @@ proc bench::measure.load {row} {
         close $channel
         set best($name) Inf
     }
+    # A start takes no longer than what disturbs it.
     for {set i 0} {$i < 8 * $runs} {incr i} {
         foreach name {bare loading} {
             set start [clock microseconds]

@@ -25,14 +25,13 @@ const char* WithoutGlobalPrefix(const char* name) {
 // is never changed in place. Null when there is no memory for the two texts;
 // Tcl has none of its own without ending the process.
 Tcl_Obj* NewName(const char* name) {
-  const auto length = static_cast<int>(strlen(name));
-  Tcl_Obj* const plain = Tcl_NewStringObj(name, length);
   if (zelTcl_Obj_IsWord(name)) {
-    return plain;
+    return Tcl_NewStringObj(name, -1);
   }
-  const zelTcl_TObjRef list(Tcl_NewListObj(1, &plain));
+  const auto length = static_cast<int>(strlen(name));
+  const zelTcl_TObjRef element(zelTcl_Obj_NewElement(name));
   int quotedLength = 0;
-  const char* const quoted = Tcl_GetStringFromObj(list.get(), &quotedLength);
+  const char* const quoted = Tcl_GetStringFromObj(element.get(), &quotedLength);
   auto* const texts = static_cast<char*>(
       attemptckalloc(static_cast<unsigned>(length + quotedLength + 2)));
   if (texts == nullptr) {
@@ -105,7 +104,7 @@ int GoneHandler(ClientData /*clientData*/, Tcl_Interp* interp, int /*objc*/,
 int zelTcl_TEntity::Init(zelTcl_TEntityType newType, Tcl_Interp* interp,
                          Tcl_Obj* name) {
   state = zelTcl_kInitialising;
-  type = newType & 1U;
+  type = newType;
   const zelTcl_TObjRef nameObj(NameFrom(name));
   if (nameObj.get() == nullptr) {
     zelTcl_Obj_ReportNoNames(interp, Tcl_GetString(name));

@@ -330,6 +330,15 @@ bool zelTcl_Internal_CanReturnEarly() {
 
 // ---- Commands ---------------------------------------------------------------
 
+const char* zelTcl_Internal_NameTail(const char* name) {
+  const char* tail = name + strlen(name);
+  while (tail != name &&
+         !(tail - name >= 2 && tail[-1] == ':' && tail[-2] == ':')) {
+    --tail;
+  }
+  return tail;
+}
+
 bool zelTcl_Internal_GlobalCommandExists(Tcl_Interp* interp, const char* name) {
   // The table's field, since the function that returns it is not in 8.5.
   return Tcl_FindHashEntry(&GlobalNamespace(interp)->cmdTable, name) != nullptr;
@@ -406,11 +415,7 @@ void zelTcl_Internal_BeforeDeletion(Tcl_Interp* interp, const char* oldName) {
   if (IsHidden(command)) {
     return;
   }
-  const char* tail = oldName;
-  for (const char* colons = strstr(tail, "::"); colons != nullptr;
-       colons = strstr(tail, "::")) {
-    tail = colons + 2;
-  }
+  const char* const tail = zelTcl_Internal_NameTail(oldName);
   if (tail == oldName + 2) {
     command->nsPtr = GlobalNamespace(interp);
   } else if (std::string_view(command->nsPtr->fullName) !=

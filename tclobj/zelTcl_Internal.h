@@ -42,6 +42,9 @@ bool zelTcl_Internal_CanReturnEarly();
 
 // ---- Commands ---------------------------------------------------------------
 
+// The part of a qualified name that follows the last two colons, which is where
+// Tcl divides it: a namespace's own name may end in a colon.
+const char* zelTcl_Internal_NameTail(const char* name);
 // True iff the global namespace holds a command with exactly this simple name;
 // no resolution, no auto-loading, so a qualified name never matches.
 bool zelTcl_Internal_GlobalCommandExists(Tcl_Interp* interp, const char* name);

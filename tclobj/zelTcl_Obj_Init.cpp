@@ -531,11 +531,10 @@ char* CopyText(const char* text, std::size_t length) {
 }
 
 char* CopyAsElement(const char* name) {
-  Tcl_Obj* const element = Tcl_NewStringObj(name, -1);
-  const zelTcl_TObjRef list(Tcl_NewListObj(1, &element));
-  int listLength = 0;
-  const char* const text = Tcl_GetStringFromObj(list.get(), &listLength);
-  return CopyText(text, static_cast<std::size_t>(listLength));
+  const zelTcl_TObjRef element(zelTcl_Obj_NewElement(name));
+  int length = 0;
+  const char* const text = Tcl_GetStringFromObj(element.get(), &length);
+  return CopyText(text, static_cast<std::size_t>(length));
 }
 
 }  // namespace
@@ -608,6 +607,11 @@ char* zelTcl_Obj_NewText(const char* first, const char* second,
   return text;
 }
 
+Tcl_Obj* zelTcl_Obj_NewElement(const char* name) {
+  Tcl_Obj* const element = Tcl_NewStringObj(name, -1);
+  return Tcl_NewListObj(1, &element);
+}
+
 void zelTcl_Obj_ReportNoNames(Tcl_Interp* interp, const char* name) {
   if (interp != nullptr) {
     Tcl_AppendResult(interp, "could not create string names for \"", name,
@@ -647,11 +651,7 @@ namespace {
 // How the helper procedures can be asked about a name. They import the variable
 // under the last part of its name, which then hides a parameter of that name.
 bool IsOneOf(const char* name, std::initializer_list<const char*> params) {
-  const char* tail = name + strlen(name);
-  while (tail != name &&
-         !(tail - name >= 2 && tail[-1] == ':' && tail[-2] == ':')) {
-    --tail;
-  }
+  const char* const tail = zelTcl_Internal_NameTail(name);
   for (const char* const param : params) {
     if (strcmp(tail, param) == 0) {
       return true;

@@ -107,6 +107,8 @@ void zelTcl_Obj_DeregisterEntity(zelTcl_TEntity* entity);
 // Returns: a new text for zel_Free; null when memory ran out.
 char* zelTcl_Obj_NewText(const char* first, const char* second,
                          const char* third);
+// A fresh value whose text is the name as one list element.
+Tcl_Obj* zelTcl_Obj_NewElement(const char* name);
 // Makes the two texts of a name: itself, and the name as one list element. They
 // are one and the same text where the name needs no quoting.
 // Returns: 0 with both replaced (what they held is freed), or 1 with both kept.
